@@ -1,0 +1,62 @@
+# The rules that every target of this repository is built by.
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin")
+set(CMAKE_LIBRARY_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/lib")
+set(CMAKE_ARCHIVE_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/lib")
+
+if(NOT CMAKE_BUILD_TYPE)
+    set(CMAKE_BUILD_TYPE Release CACHE STRING "" FORCE)
+endif()
+
+find_program(HC_CCACHE ccache)
+if(HC_CCACHE)
+    set(CMAKE_CXX_COMPILER_LAUNCHER "${HC_CCACHE}")
+endif()
+
+set(HC_SANITIZE "" CACHE STRING "Sanitizers for every target, as the compiler's -fsanitize= takes them")
+
+add_library(hc_options INTERFACE)
+target_compile_options(hc_options INTERFACE
+    -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror
+    # Source paths in events and messages start at the checkout, wherever it was built.
+    -ffile-prefix-map=${CMAKE_SOURCE_DIR}/=
+    $<$<CXX_COMPILER_ID:Clang>:-Wthread-safety -Wthread-safety-beta>)
+if(HC_SANITIZE)
+    target_compile_options(hc_options INTERFACE
+        -fsanitize=${HC_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer -O1)
+    target_link_options(hc_options INTERFACE -fsanitize=${HC_SANITIZE})
+endif()
+
+# Debian's libraries keep their headers in the system's include directories; code of ours is found
+# from src/ alone ("face/FACE_String.h").
+
+# hc_library(<name> [PUBLIC <libs>] [PRIVATE <libs>])
+# A static library of all sources of the current folder. PUBLIC: what its headers include.
+function(hc_library name)
+    cmake_parse_arguments(arg "" "" "PUBLIC;PRIVATE" ${ARGN})
+    file(GLOB sources CONFIGURE_DEPENDS "*.cpp")
+    if(sources)
+        add_library(${name} STATIC ${sources})
+        target_include_directories(${name} PUBLIC "${CMAKE_SOURCE_DIR}/src")
+        target_link_libraries(${name} PUBLIC ${arg_PUBLIC} PRIVATE ${arg_PRIVATE} hc_options)
+    else()
+        add_library(${name} INTERFACE)
+        target_include_directories(${name} INTERFACE "${CMAKE_SOURCE_DIR}/src")
+        target_link_libraries(${name} INTERFACE ${arg_PUBLIC})
+    endif()
+endfunction()
+
+# hc_test(<name> <folder> <libs>...)
+# One GoogleTest program of all sources of tests/<folder>.
+function(hc_test name folder)
+    file(GLOB sources CONFIGURE_DEPENDS "${CMAKE_SOURCE_DIR}/tests/${folder}/*.cpp")
+    add_executable(${name} ${sources})
+    target_include_directories(${name} PRIVATE "${CMAKE_SOURCE_DIR}/tests")
+    target_link_libraries(${name} PRIVATE ${ARGN} GTest::gmock_main hc_options)
+    add_test(NAME ${name} COMMAND ${name})
+    set_tests_properties(${name} PROPERTIES TIMEOUT 300)
+endfunction()
