@@ -1,0 +1,159 @@
+#include "bench/BusClient.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <cerrno>
+#include <cstring>
+#include <stdexcept>
+
+namespace bench {
+using nlohmann::json;
+namespace {
+
+constexpr auto retryPause = std::chrono::milliseconds(20);
+
+/** Reaches the socket through its open directory: a socket's address holds only short paths. */
+sockaddr_un addressOf(const Descriptor& directory, const std::filesystem::path& socket) {
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    const std::string path =
+        "/proc/self/fd/" + std::to_string(directory.get()) + "/" + socket.filename().string();
+    if (path.size() >= sizeof address.sun_path) {
+        throw std::runtime_error("Too long for a socket's name: " + path);
+    }
+    std::memcpy(address.sun_path, path.c_str(), path.size() + 1);
+    return address;
+}
+
+}  // namespace
+
+BusClient::BusClient(const std::filesystem::path& socket, Deadline deadline) {
+    connectTo(socket, deadline);
+    m_reader = std::thread([this] { readLines(); });
+}
+
+BusClient::~BusClient() {
+    ::shutdown(m_socket.get(), SHUT_RDWR);
+    m_reader.join();
+}
+
+void BusClient::connectTo(const std::filesystem::path& socket, Deadline deadline) {
+    const std::filesystem::path directory = socket.parent_path();
+    const Descriptor opened(checked(::open(directory.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC),
+                                    "Can't open " + directory.string()));
+    const sockaddr_un address = addressOf(opened, socket);
+    const auto* generic = reinterpret_cast<const sockaddr*>(&address);
+    do {
+        m_socket = Descriptor(
+            checked(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0), "Can't make a socket"));
+        if (::connect(m_socket.get(), generic, sizeof address) == 0) {
+            return;
+        }
+        std::this_thread::sleep_for(retryPause);
+    } while (std::chrono::steady_clock::now() < deadline);
+    throw std::runtime_error("Nobody answers on the bus at " + socket.string());
+}
+
+std::optional<json> BusClient::next(const Matches& matches, Deadline deadline) {
+    utilities::MutexLock lock(m_mutex);
+    bool last = false;
+    while (true) {
+        while (!m_reports.empty()) {
+            json report = std::move(m_reports.front());
+            m_reports.pop_front();
+            if (matches(report)) {
+                return report;
+            }
+        }
+        if (last || m_closed) {
+            return std::nullopt;
+        }
+        last = !m_changed.wait_until(m_mutex, deadline);
+    }
+}
+
+std::optional<json> BusClient::next(std::string_view report, Deadline deadline) {
+    return next(
+        [&](const json& line) { return report.empty() || line.value("report", "") == report; },
+        deadline);
+}
+
+std::optional<json> BusClient::request(json request, Deadline deadline) {
+    utilities::MutexLock lock(m_mutex);
+    const long long id = ++m_lastId;
+    lock.unlock();
+    request["id"] = id;
+    sendRaw(request.dump() + "\n");
+    lock.lock();
+    bool last = false;
+    while (!m_replies.contains(id)) {
+        if (last || m_closed) {
+            return std::nullopt;
+        }
+        last = !m_changed.wait_until(m_mutex, deadline);
+    }
+    return std::move(m_replies.extract(id).mapped());
+}
+
+void BusClient::sendRaw(std::string_view bytes) {
+    while (!bytes.empty()) {
+        const auto sent = ::send(m_socket.get(), bytes.data(), bytes.size(), MSG_NOSIGNAL);
+        if (sent == -1 && errno == EINTR) {
+            continue;
+        }
+        bytes.remove_prefix(
+            static_cast<std::size_t>(checked(static_cast<int>(sent), "Can't send on the bus")));
+    }
+}
+
+bool BusClient::closed() const {
+    utilities::MutexLock lock(m_mutex);
+    return m_closed;
+}
+
+std::size_t BusClient::unreadable() const {
+    utilities::MutexLock lock(m_mutex);
+    return m_unreadable;
+}
+
+void BusClient::readLines() {
+    std::string text;
+    char buffer[16384];
+    while (true) {
+        const auto count = ::recv(m_socket.get(), buffer, sizeof buffer, 0);
+        if (count == -1 && errno == EINTR) {
+            continue;
+        }
+        if (count <= 0) {
+            break;
+        }
+        text.append(buffer, static_cast<std::size_t>(count));
+        std::size_t start = 0;
+        for (std::size_t end; (end = text.find('\n', start)) != std::string::npos;
+             start = end + 1) {
+            take(std::string_view(text).substr(start, end - start));
+        }
+        text.erase(0, start);
+    }
+    utilities::MutexLock lock(m_mutex);
+    m_closed = true;
+    m_changed.notify_all();
+}
+
+void BusClient::take(std::string_view line) {
+    json parsed = json::parse(line, nullptr, false);
+    utilities::MutexLock lock(m_mutex);
+    if (!parsed.is_object()) {
+        ++m_unreadable;
+    } else if (!parsed.contains("reply")) {
+        m_reports.push_back(std::move(parsed));
+    } else if (parsed["reply"].is_number_integer()) {
+        const auto id = parsed["reply"].get<long long>();
+        m_replies[id] = std::move(parsed);
+    }
+    m_changed.notify_all();
+}
+
+}  // namespace bench
