@@ -74,9 +74,6 @@ public:
      *  is let go unwritten.
      */
     Sequence& operator=(const Sequence& other) noexcept {
-        if (this == &other && m_managed) {
-            return *this;
-        }
         m_valid = other.m_valid && assign(other.buffer(), other.length());
         m_bound = other.m_bound;
         m_managed = true;
@@ -199,8 +196,9 @@ private:
         return count > m_bound ? INSUFFICIENT_BOUND : NO_ERROR;
     }
 
+    /** False with the store as it was. The elements may lie in the store itself. */
     bool assign(const T* elements, std::size_t length) noexcept {
-        return attempt([&] { m_store.assign(elements, elements + length); }) == NO_ERROR;
+        return attempt([&] { m_store = std::vector<T>(elements, elements + length); }) == NO_ERROR;
     }
 
     std::vector<T> m_store;
