@@ -125,14 +125,14 @@ void String::clear() noexcept {
 }
 
 String::RETURN_CODE String::append(const String& other) noexcept {
-    return other.m_valid ? append(other.view()) : PRECONDITION_VIOLATED;
+    return other.m_valid ? add(other.view()) : PRECONDITION_VIOLATED;
 }
 
 String::RETURN_CODE String::append(const char& character) noexcept {
-    return append(std::string_view(&character, 1));
+    return add(std::string_view(&character, 1));
 }
 
-String::RETURN_CODE String::append(std::string_view added) noexcept {
+String::RETURN_CODE String::add(std::string_view added) noexcept {
     if (!m_valid) {
         return PRECONDITION_VIOLATED;
     }

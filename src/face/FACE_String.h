@@ -91,7 +91,7 @@ public:
     RETURN_CODE append(const char& character) noexcept;
 
 private:
-    RETURN_CODE append(std::string_view added) noexcept;
+    RETURN_CODE add(std::string_view added) noexcept;
 
     std::string m_text;
     std::uint32_t m_bound = UNBOUNDED;
