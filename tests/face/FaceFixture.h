@@ -1,0 +1,148 @@
+/** What the tests of this folder share. */
+#pragma once
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <iterator>
+#include <sstream>
+#include <string>
+
+#include "face/HC_Config.h"
+
+namespace face_test {
+
+using RC = FACE::RETURN_CODE_TYPE;
+
+/** Holds back std::cout for its scope. */
+class Console {
+public:
+    Console() : m_before(std::cout.rdbuf(m_lines.rdbuf())) {}
+    ~Console() { std::cout.rdbuf(m_before); }
+    Console(const Console&) = delete;
+    Console& operator=(const Console&) = delete;
+
+    std::string text() const { return m_lines.str(); }
+
+private:
+    std::ostringstream m_lines;
+    std::streambuf* m_before;
+};
+
+/** While one lives, this thread's operator new throws. */
+class NoMemory {
+public:
+    NoMemory() { s_active = true; }
+    ~NoMemory() { s_active = false; }
+    NoMemory(const NoMemory&) = delete;
+    NoMemory& operator=(const NoMemory&) = delete;
+
+    static bool isActive() { return s_active; }
+
+private:
+    static thread_local bool s_active;
+};
+
+/** A directory of its own with one configuration file, and a service over it. */
+class ConfigFixture : public ::testing::Test {
+protected:
+    ConfigFixture() {
+        std::string name = (std::filesystem::temp_directory_path() / "face-XXXXXX").string();
+        m_directory = ::mkdtemp(name.data());
+        m_path = m_directory / "config.xml";
+    }
+    ~ConfigFixture() override { std::filesystem::remove_all(m_directory); }
+
+    /** As a new file: some file systems flush one that is truncated and written again. */
+    void put(const std::string& text) const {
+        std::filesystem::remove(m_path);
+        std::ofstream(m_path, std::ios::binary) << text;
+    }
+
+    std::string file() const {
+        std::ifstream in(m_path, std::ios::binary);
+        return {std::istreambuf_iterator<char>(in), {}};
+    }
+
+    RC::Value initialize(FACE::Configuration& config) const {
+        RC::Value rc = RC::TIMED_OUT;
+        config.Initialize(m_path.c_str(), rc);
+        return rc;
+    }
+
+    /** The handle; -1 with a failed expectation when there is none. */
+    static int open(FACE::Configuration& config, const char* container) {
+        int handle = -1;
+        RC::Value rc = RC::TIMED_OUT;
+        config.Open(container, handle, rc);
+        EXPECT_EQ(rc, RC::NO_ERROR) << container;
+        return handle;
+    }
+
+    /** The text, or the code's name in angle brackets. */
+    static std::string read(FACE::Configuration& config, int handle, const char* parameter) {
+        std::string text(64, '?');
+        int copied = -1;
+        RC::Value rc = RC::TIMED_OUT;
+        config.Read(handle, parameter, text.data(), 64, copied, rc);
+        text.resize(static_cast<std::size_t>(copied));
+        return rc == RC::NO_ERROR ? text : '<' + std::string(RC::ToString(rc).view()) + '>';
+    }
+
+    static RC::Value write(FACE::Configuration& config, int handle, const char* parameter,
+                           std::string value) {
+        int written = -1;
+        RC::Value rc = RC::TIMED_OUT;
+        config.Write(handle, parameter, value.data(), static_cast<int>(value.size()), written, rc);
+        EXPECT_EQ(written, rc == RC::NO_ERROR ? static_cast<int>(value.size()) : 0);
+        return rc;
+    }
+
+    std::filesystem::path m_directory;
+    std::filesystem::path m_path;
+};
+
+/** In the form in which the service saves: an unchanged save gives the same bytes. */
+inline const std::string GOOD = R"(<?xml version="1.0" encoding="UTF-8"?>
+<HC_Configurations xmlns:xsi="http://www.w3.org/2001/XMLSchema-instance" xsi:noNamespaceSchemaLocation="config.xsd">
+    <!-- two links, with something else between them -->
+    <Link>
+        <Name>A</Name>
+        <Parameters>
+            <Port>0x10</Port>
+            <Text>Tom &amp; &lt;Jerry&gt;</Text>
+            <Empty/>
+            <Port>second</Port>
+        </Parameters>
+    </Link>
+    <Device>
+        <Name>Link2</Name>
+        <Parameters>
+            <Flag>tRuE</Flag>
+        </Parameters>
+    </Device>
+    <Link>
+        <Parameters>
+            <Port>nameless</Port>
+        </Parameters>
+    </Link>
+    <Link>
+        <Name>B</Name>
+        <Parameters>
+            <Port>010</Port>
+            <Quoted><![CDATA[raw]]></Quoted>
+            <Noted>
+                <!-- [s] -->5</Noted>
+        </Parameters>
+    </Link>
+    <Link>
+        <Name>C</Name>
+    </Link>
+</HC_Configurations>
+)";
+
+}  // namespace face_test
