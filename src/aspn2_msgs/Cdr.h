@@ -467,66 +467,106 @@ public:
     }
 };
 
-/** The head of a structure on its way to or from a Cdr: the run of bytes of all its fixed fields,
- *  with the padding in front.
+/** The head of a structure on its way to or from a Cdr: all its fixed fields as one run of bytes.
+ *
+ *  A Cdr tells nobody from where it counts alignment, so a run can't just be copied to where the
+ * Cdr stands. When the first primitive has the largest alignment, as in every message, it crosses
+ * by itself: the Cdr aligns it, and all that follows lies at constant distances behind it.
  */
 template <Structure T>
 class Head {
     using R = Rule<T>;
+    using First = Unsigned<R::alignment>;
     static constexpr std::size_t fields = R::head;
-    static constexpr std::size_t alignment = R::alignment;
-    /** The first primitive has the largest alignment, so that what follows it lies at constant
-     *  positions wherever the structure begins. */
-    static constexpr bool isAnchored = R::first == alignment;
+    static constexpr bool isAnchored = R::first == R::alignment;
 
-    static_assert(R::isFixed || R::template maxEndOf<0, fields>(0) >= 8,
-                  "what varies in size has a head of 8 bytes or more in front of it");
+    /** Where the run begins in `m_run`; the bytes in front of it are for its padding. */
+    static constexpr std::size_t start = 8;
+
+    // A Cdr that moved one primitive takes its position as aligned for the next one of that size.
+    // An array of bytes behind it ends this, and so must be in front of a tail of odd lengths.
+    static_assert(R::isFixed || R::template maxEndOf<0, fields>(0) > start,
+                  "what varies in size has a head of more than 8 bytes in front of it");
 
 public:
     static constexpr bool isAll = fields == R::count;
 
-    /** Each leaves the Cdr behind the head and returns the position there, modulo 8. Throws
+    /** Both leave the Cdr behind the head and return the position there, modulo 8. They throw
      *  NotEnoughMemoryException, and then nothing of `value` has changed. */
     template <Order order>
     static std::size_t write(Cdr& cdr, const T& value) {
-        Head head(cdr, [&cdr] { cdr << Unsigned<alignment>(0); });
-        std::memset(head.m_run.data(), 0, 8);
-        const std::size_t end =
-            R::template store<order, 0, fields>(head.m_run.data(), head.begin(), value);
-        cdr.serializeArray(head.m_run.data() + head.m_from, end - head.m_from);
-        return end % 8;
+        Head head;
+        if constexpr (isAnchored) {
+            const std::size_t end = head.store<order>(start, value);
+            First first = 0;
+            std::memcpy(&first, head.m_run.data() + start, sizeof(first));
+            const std::size_t before = cdr.getSerializedDataLength();
+            cdr << ordered<order>(first);
+            const std::size_t padding = cdr.getSerializedDataLength() - before - sizeof(first);
+            if (padding > 0) {
+                std::memset(cdr.getCurrentPosition() - sizeof(first) - padding, 0, padding);
+            }
+            head.writeRun(cdr, start + sizeof(first), end);
+            return end % 8;
+        } else {
+            const std::size_t begin = start - paddingAhead(cdr, [&cdr] { cdr << First(0); });
+            const std::size_t end = head.store<order>(begin, value);
+            head.writeRun(cdr, begin, end);
+            return end % 8;
+        }
     }
 
     template <Order order>
     static std::size_t read(Cdr& cdr, T& value) {
-        Head head(cdr, [&cdr] {
-            Unsigned<alignment> ignored = 0;
-            cdr >> ignored;
-        });
-        const std::size_t end = R::template maxEndOf<0, fields>(head.begin());
-        cdr.deserializeArray(head.m_run.data() + head.m_from, end - head.m_from);
-        R::template load<order, 0, fields>(head.m_run.data(), head.begin(), value);
-        return end % 8;
+        Head head;
+        First first = 0;
+        if constexpr (isAnchored) {
+            constexpr std::size_t end = R::template maxEndOf<0, fields>(start);
+            cdr >> first;
+            first = ordered<order>(first);
+            std::memcpy(head.m_run.data() + start, &first, sizeof(first));
+            head.readRun(cdr, start + sizeof(first), end);
+            head.load<order>(start, value);
+            return end % 8;
+        } else {
+            const std::size_t begin = start - paddingAhead(cdr, [&] { cdr >> first; });
+            const std::size_t end = R::template maxEndOf<0, fields>(begin);
+            head.readRun(cdr, begin, end);
+            head.load<order>(begin, value);
+            return end % 8;
+        }
     }
 
 private:
-    /** A Cdr tells nobody from where it counts alignment: `touch` moves it past one primitive of
-     * the largest alignment, which shows the padding, and is taken back. */
+    /** The padding that a primitive of the largest alignment would get here. `touch` moves the Cdr
+     *  past such a primitive, which is then taken back: the head holds one, at this position or
+     *  behind it, so that there is room for it whenever there is room for the head. */
     template <class Touch>
-    Head(Cdr& cdr, Touch touch) {
+    static std::size_t paddingAhead(Cdr& cdr, Touch touch) {
         Cdr::state here(cdr);
         const std::size_t before = cdr.getSerializedDataLength();
         touch();
-        const std::size_t padding = cdr.getSerializedDataLength() - before - alignment;
+        const std::size_t padding = cdr.getSerializedDataLength() - before - sizeof(First);
         cdr.setState(here);
-        m_from = 8 - padding;
+        return padding;
     }
 
-    /** Where the first field may begin, behind the padding when that is sure to be there. */
-    std::size_t begin() const { return isAnchored ? 8 : m_from; }
+    template <Order order>
+    std::size_t store(std::size_t at, const T& value) {
+        return R::template store<order, 0, fields>(m_run.data(), at, value);
+    }
+    template <Order order>
+    void load(std::size_t at, T& value) {
+        R::template load<order, 0, fields>(m_run.data(), at, value);
+    }
+    void writeRun(Cdr& cdr, std::size_t from, std::size_t to) {
+        cdr.serializeArray(m_run.data() + from, to - from);
+    }
+    void readRun(Cdr& cdr, std::size_t from, std::size_t to) {
+        cdr.deserializeArray(m_run.data() + from, to - from);
+    }
 
-    alignas(8) std::array<char, R::template maxEndOf<0, fields>(8) + 8> m_run;
-    std::size_t m_from = 8;
+    alignas(8) std::array<char, R::template maxEndOf<0, fields>(start) + 8> m_run;
 };
 
 template <Order order, Structure T>

@@ -12,8 +12,9 @@
 namespace aspn2_msgs {
 
 /** Every `TPubSubType` derives from this. It keeps no state between calls, so one object serves any
- *  number of threads and messages, and one that is kept saves the making of it, which allocates the
- *  type's name and costs more than the decoding of a message.
+ *  number of threads and messages; making one costs an allocation, for the type's name. Neither
+ *  `serialize` nor `deserialize` allocates, unless a string or sequence read in outgrows the
+ * capacity that `data` has.
  */
 template <cdr::Structure T>
 class PubSubType : public eprosima::fastdds::dds::TopicDataType {
