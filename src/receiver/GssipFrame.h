@@ -53,9 +53,18 @@ constexpr std::uint16_t wordAt(const unsigned char* frame, std::size_t index) {
     return static_cast<std::uint16_t>(frame[2 * index] | frame[2 * index + 1] << 8);
 }
 
+/** The data of a message of `kCount` words, before anything is known of its fields. */
+template <std::size_t kCount>
+struct DataWords {
+    std::uint16_t words[kCount];
+
+    unsigned char* bytes() { return reinterpret_cast<unsigned char*>(words); }
+    unsigned char const* bytes() const { return reinterpret_cast<unsigned char const*>(words); }
+};
+
 }  // namespace gssip
 
-/** A whole frame in memory, its data words seen as `Packed`, which consists of 16-bit words. */
+/** A whole frame in memory. `Packed` is a `gssip::DataWords`. */
 template <typename Packed>
 struct GssipFrame {
     std::uint16_t header[gssip::kHeaderWords];

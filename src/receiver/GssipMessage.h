@@ -67,9 +67,9 @@ protected:
     /** Makes `buffer`, zeroed, the frame of this message, and fills header words 0 to 3. */
     template <typename Packed>
     void adopt(GssipFrame<Packed>& buffer, unsigned short id, unsigned short flags) {
-        static_assert(sizeof(buffer) == gssip::frameBytes(buffer.kDataWords));
+        static_assert(sizeof(buffer) == gssip::frameBytes(GssipFrame<Packed>::kDataWords));
         m_frame = reinterpret_cast<unsigned short*>(&buffer);
-        adopt(buffer.kDataWords, id, flags);
+        adopt(GssipFrame<Packed>::kDataWords, id, flags);
     }
 
     /** Copies a received frame into the buffer if it has the length of this message type. */

@@ -5,27 +5,16 @@
 #include <limits>
 #include <utility>
 
+#include "receiver/WireFormats.h"
+
 namespace {
 
-/** `kCount` words as an integer, word 0 on top. */
-template <typename Integer, int kCount>
-Integer wordsFromTop(unsigned short const* words) {
-    Integer value = 0;
-    for (int i = 0; i < kCount; ++i) {
-        value = value << 16 | words[i];
-    }
-    return value;
+unsigned char const* bytesOf(unsigned short const* words) {
+    return reinterpret_cast<unsigned char const*>(words);
 }
 
-template <int kCount, typename Integer>
-void storeWordsFromTop(Integer value, unsigned short* words) {
-    for (int i = kCount; i-- > 0; value >>= 16) {
-        words[i] = static_cast<unsigned short>(value);
-    }
-}
-
-std::uint64_t pdpDoubleAt(unsigned short const* words) {
-    return wordsFromTop<std::uint64_t, 4>(words);
+unsigned char* bytesOf(unsigned short* words) {
+    return reinterpret_cast<unsigned char*>(words);
 }
 
 /** A number whose sign and fraction together are a two's complement: 1.F times 2^E with the sign
@@ -36,8 +25,7 @@ double fromTwosComplement(unsigned short lastWord, unsigned lowFraction, int low
     if (exponent == -128) {
         return 0.0;
     }
-    const double fraction = std::ldexp((static_cast<double>(lastWord & 0x7FU)), -7) +
-                            std::ldexp(lowFraction, -7 - lowBits);
+    const double fraction = std::ldexp(lastWord & 0x7F, -7) + std::ldexp(lowFraction, -7 - lowBits);
     const bool negative = (lastWord & 0x80U) != 0;
     return std::ldexp(negative ? fraction - 2.0 : fraction + 1.0, exponent);
 }
@@ -68,43 +56,39 @@ cvt::WholeAndFraction cvt::splitPdpDouble(std::uint64_t pdp) {
 }
 
 double CnvPdpD2PcD(unsigned short const* words) {
-    return cvt::fromPdpDouble(pdpDoubleAt(words));
+    return wire::PdpDouble::read(bytesOf(words));
 }
 
 float CnvPdpF2PcF(unsigned short const* words) {
-    return cvt::fromPdpFloat(wordsFromTop<std::uint32_t, 2>(words));
+    return wire::PdpFloat::read(bytesOf(words));
 }
 
 double CnvCapsD2PcD(unsigned short const* words) {
-    const auto caps = std::uint64_t{words[2]} << 32 | std::uint64_t{words[1]} << 16 | words[0];
-    return cvt::fromPdpDouble(cvt::capsToPdpDouble(caps));
+    return wire::CapsDouble::read(bytesOf(words));
 }
 
 float CnvCapsF2PcF(unsigned short const* words) {
-    const auto caps = std::uint32_t{words[1]} << 16 | words[0];
-    return cvt::fromPdpFloat(cvt::capsToPdpFloat(caps));
+    return wire::CapsFloat::read(bytesOf(words));
 }
 
 void cnvpcd(double const* value, unsigned short* words) {
-    storeWordsFromTop<4>(cvt::toPdpDouble(*value), words);
+    wire::PdpDouble::write(bytesOf(words), *value);
 }
 
 void cnvpcs(float const* value, unsigned short* words) {
-    storeWordsFromTop<2>(cvt::toPdpFloat(*value), words);
+    wire::PdpFloat::write(bytesOf(words), *value);
 }
 
 void CnvPcD2CapsE(double const* value, unsigned short* words) {
-    storeWordsFromTop<3>(cvt::pdpToCapsDouble(cvt::toPdpDouble(*value)), words);
-    std::swap(words[0], words[2]);
+    wire::CapsDouble::write(bytesOf(words), *value);
 }
 
 void CnvPcF2CapsF(float const* value, unsigned short* words) {
-    storeWordsFromTop<2>(cvt::pdpToCapsFloat(cvt::toPdpFloat(*value)), words);
-    std::swap(words[0], words[1]);
+    wire::CapsFloat::write(bytesOf(words), *value);
 }
 
 double PdpD_modf(unsigned short const* words, double* integerPart) {
-    const auto [whole, fraction] = cvt::splitPdpDouble(pdpDoubleAt(words));
+    const auto [whole, fraction] = cvt::splitPdpDouble(wire::PdpDouble::bits(bytesOf(words)));
     *integerPart = whole;
     return fraction;
 }
