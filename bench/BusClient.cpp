@@ -1,31 +1,20 @@
 #include "bench/BusClient.h"
 
-#include <fcntl.h>
-#include <poll.h>
 #include <sys/socket.h>
-#include <sys/un.h>
+
+#include <algorithm>
 #include <cerrno>
-#include <cstring>
-#include <stdexcept>
+#include <system_error>
+
+#include "victory/socket/Endpoint.h"
+#include "victory/socket/LineSplitter.h"
 
 namespace bench {
 using nlohmann::json;
 namespace {
 
 constexpr auto retryPause = std::chrono::milliseconds(20);
-
-/** Reaches the socket through its open directory: a socket's address holds only short paths. */
-sockaddr_un addressOf(const Descriptor& directory, const std::filesystem::path& socket) {
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    const std::string path =
-        "/proc/self/fd/" + std::to_string(directory.get()) + "/" + socket.filename().string();
-    if (path.size() >= sizeof address.sun_path) {
-        throw std::runtime_error("Too long for a socket's name: " + path);
-    }
-    std::memcpy(address.sun_path, path.c_str(), path.size() + 1);
-    return address;
-}
+constexpr std::size_t longestLine = 16 << 20;
 
 }  // namespace
 
@@ -40,20 +29,17 @@ BusClient::~BusClient() {
 }
 
 void BusClient::connectTo(const std::filesystem::path& socket, Deadline deadline) {
-    const std::filesystem::path directory = socket.parent_path();
-    const Descriptor opened(checked(::open(directory.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC),
-                                    "Can't open " + directory.string()));
-    const sockaddr_un address = addressOf(opened, socket);
-    const auto* generic = reinterpret_cast<const sockaddr*>(&address);
-    do {
-        m_socket = Descriptor(
-            checked(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0), "Can't make a socket"));
-        if (::connect(m_socket.get(), generic, sizeof address) == 0) {
+    while (true) {
+        try {
+            m_socket = victory::connectTo(socket.string());
             return;
+        } catch (const std::system_error&) {
+            if (std::chrono::steady_clock::now() >= deadline) {
+                throw;
+            }
         }
         std::this_thread::sleep_for(retryPause);
-    } while (std::chrono::steady_clock::now() < deadline);
-    throw std::runtime_error("Nobody answers on the bus at " + socket.string());
+    }
 }
 
 std::optional<json> BusClient::next(const Matches& matches, Deadline deadline) {
@@ -119,7 +105,7 @@ std::size_t BusClient::unreadable() const {
 }
 
 void BusClient::readLines() {
-    std::string text;
+    victory::LineSplitter lines(longestLine);
     char buffer[16384];
     while (true) {
         const auto count = ::recv(m_socket.get(), buffer, sizeof buffer, 0);
@@ -129,13 +115,10 @@ void BusClient::readLines() {
         if (count <= 0) {
             break;
         }
-        text.append(buffer, static_cast<std::size_t>(count));
-        std::size_t start = 0;
-        for (std::size_t end; (end = text.find('\n', start)) != std::string::npos;
-             start = end + 1) {
-            take(std::string_view(text).substr(start, end - start));
+        lines.append({buffer, static_cast<std::size_t>(count)});
+        while (const auto line = lines.next()) {
+            take(line->text);
         }
-        text.erase(0, start);
     }
     utilities::MutexLock lock(m_mutex);
     m_closed = true;

@@ -27,7 +27,7 @@ public:
     using Matches = std::function<bool(const nlohmann::json&)>;
 
     /** Connects to the socket, trying until the deadline: the server may still be starting.
-     *  Raises std::runtime_error when the deadline passes. */
+     *  Raises std::system_error when the deadline passes. */
     BusClient(const std::filesystem::path& socket, Deadline deadline);
     ~BusClient();
     BusClient(const BusClient&) = delete;

@@ -1,15 +1,16 @@
 #include "bench/DeviceRoot.h"
 
-#include <algorithm>
-#include <cstdlib>
-#include <functional>
-#include <stdexcept>
-
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <tinyxml2.h>
+#include <unistd.h>
+
+#include <algorithm>
 #include <csignal>
+#include <cstdlib>
+#include <functional>
+#include <stdexcept>
 
 namespace bench {
 namespace fs = std::filesystem;
@@ -121,7 +122,7 @@ DeviceRoot::~DeviceRoot() {
         std::error_code ignored;
         fs::remove_all(m_path, ignored);
     }
-    m_removerInput.reset();
+    m_removerInput.close();
     ::waitpid(m_remover, nullptr, 0);
 }
 

@@ -2,6 +2,8 @@
 
 #include <fcntl.h>
 #include <sys/mman.h>
+#include <unistd.h>
+
 #include <atomic>
 #include <stdexcept>
 

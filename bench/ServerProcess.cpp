@@ -2,9 +2,11 @@
 
 #include <fcntl.h>
 #include <poll.h>
-#include <sys/pidfd.h>
 #include <sys/prctl.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -79,6 +81,12 @@ struct Child {
 
 }  // namespace
 
+Descriptor watchProcess(int pid) {
+    // The C library's own wrapper has C++ linkage by mistake in this release.
+    return Descriptor(
+        checked(static_cast<int>(::syscall(SYS_pidfd_open, pid, 0)), "Can't watch the process"));
+}
+
 struct ServerProcess::Stream {
     int fd;
     bool isError;
@@ -98,7 +106,7 @@ ServerProcess::~ServerProcess() {
     if (!m_ending) {
         ::waitpid(m_pid, nullptr, 0);
     }
-    m_stop.reset();
+    m_stop.close();
     m_reader.join();
 }
 
@@ -122,14 +130,14 @@ void ServerProcess::start(const Command& command) {
     if (m_pid == 0) {
         child.run();
     }
-    failure.writing.reset();
+    failure.writing.close();
     int reason = 0;
     if (::read(failure.reading.get(), &reason, sizeof reason) == sizeof reason) {
         ::waitpid(m_pid, nullptr, 0);
         throw std::system_error(reason, std::generic_category(),
                                 "Can't run " + command.program.string());
     }
-    m_process = Descriptor(checked(::pidfd_open(m_pid, 0), "Can't watch the process"));
+    m_process = watchProcess(m_pid);
     m_input = std::move(input.writing);
     m_output = std::move(output.reading);
     m_error = std::move(error.reading);

@@ -15,6 +15,9 @@
 
 namespace bench {
 
+/** A descriptor that poll() finds readable once the process has ended. */
+Descriptor watchProcess(int pid);
+
 /** A program run with its standard streams in our hands.
  *
  *  The program gets a process group of its own, so that a Ctrl-C at the console reaches only the

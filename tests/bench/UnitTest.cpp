@@ -1,0 +1,204 @@
+/** The simulated unit: device root, FPGA, queues. */
+#include <gmock/gmock.h>
+
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <chrono>
+#include <csignal>
+#include <fstream>
+#include <thread>
+
+#include "bench/DeviceRoot.h"
+#include "bench/FpgaFile.h"
+#include "bench/Frames.h"
+#include "bench/ReceiverPorts.h"
+#include "bench/Scenario.h"
+
+namespace bench {
+namespace {
+
+namespace fs = std::filesystem;
+using namespace std::chrono_literals;
+using Channel = ReceiverPorts::Channel;
+
+bool eventually(const std::function<bool()>& holds, std::chrono::milliseconds time = 10s) {
+    const Deadline deadline = within(time);
+    while (!holds()) {
+        if (std::chrono::steady_clock::now() > deadline) {
+            return false;
+        }
+        std::this_thread::yield();
+    }
+    return true;
+}
+
+TEST(DeviceRoot, LaysTheUnitAndTakesItAway) {
+    fs::path path;
+    {
+        const DeviceRoot root;
+        path = root.path();
+        struct stat memory {};
+        ASSERT_EQ(::stat(root.file("/dev/mem").c_str(), &memory), 0);
+        EXPECT_GT(memory.st_size, 0x40013010);
+        EXPECT_LT(memory.st_blocks, 100);
+        for (const char* queue : {"/dev/mcs0", "/dev/mcs1", "/dev/mcs2", "/dev/mcs3"}) {
+            EXPECT_TRUE(fs::is_fifo(root.file(queue))) << queue;
+        }
+        for (const char* name :
+             {serverFile, connectionsFile, ioDevicesFile, serviceFile, vclFile}) {
+            EXPECT_TRUE(fs::is_regular_file(root.configFile(name))) << name;
+        }
+        EXPECT_EQ(root.file(DeviceRoot::serverArgument()), root.configFile(serverFile));
+    }
+    EXPECT_FALSE(fs::exists(path));
+}
+
+TEST(DeviceRoot, GoesWithAKilledProcess) {
+    int ends[2];
+    ASSERT_EQ(::pipe(ends), 0);
+    const int child = ::fork();
+    if (child == 0) {
+        const DeviceRoot root;
+        const std::string path = root.path().string() + "\n";
+        [[maybe_unused]] const auto told = ::write(ends[1], path.data(), path.size());
+        ::raise(SIGKILL);
+    }
+    char text[256] = {};
+    const auto length = ::read(ends[0], text, sizeof text);
+    ::waitpid(child, nullptr, 0);
+    ::close(ends[0]);
+    ::close(ends[1]);
+    ASSERT_GT(length, 1);
+    const fs::path path(std::string(text, static_cast<std::size_t>(length) - 1));
+    EXPECT_TRUE(eventually([&] { return !fs::exists(path); })) << path;
+}
+
+TEST(DeviceRoot, ParametersAreEditedInPlace) {
+    DeviceRoot root;
+    const char* server = "VGpsReceiverServer";
+    EXPECT_EQ(root.parameter(serverFile, server, "PARAM_3"), "39");
+    root.setParameter(serverFile, server, "PARAM_3", "0x26");
+    EXPECT_EQ(root.number(serverFile, server, "PARAM_3"), 38U);
+    root.setParameter(serverFile, server, "PARAM_3", "");
+    EXPECT_EQ(root.parameter(serverFile, server, "PARAM_3"), "");
+    EXPECT_THROW(root.number(serverFile, server, "PARAM_3"), std::runtime_error);
+    root.setParameter(serverFile, server, "PARAM_3", "7");
+    root.removeParameter(serverFile, server, "PARAM_4");
+    root.removeParameter(serverFile, server, "PARAM_4");
+    EXPECT_EQ(root.parameter(serverFile, server, "PARAM_4"), "");
+    root.setParameter(serverFile, server, "PARAM_4", "9");
+    EXPECT_EQ(root.parameter(serverFile, server, "PARAM_3"), "7");
+    EXPECT_EQ(root.parameter(serverFile, server, "PARAM_4"), "9");
+    EXPECT_EQ(root.parameter(serverFile, server, "PARAM_5"), "12");
+
+    root.removeContainer(ioDevicesFile, "DT_IN");
+    EXPECT_FALSE(root.hasContainer(ioDevicesFile, "DT_IN"));
+    EXPECT_TRUE(root.hasContainer(ioDevicesFile, "DT_OUT"));
+    EXPECT_THROW(root.setParameter(ioDevicesFile, "DT_IN", "Port", "3"), std::runtime_error);
+}
+
+std::string textOf(const fs::path& file) {
+    std::ifstream input(file);
+    return {std::istreambuf_iterator<char>(input), {}};
+}
+
+TEST(DeviceRoot, UpdatePeriodsOfOneItemOrAll) {
+    const auto count = [](const std::string& text, const std::string& part) {
+        std::size_t found = 0;
+        for (std::size_t at = 0; (at = text.find(part, at)) != std::string::npos; ++at) {
+            ++found;
+        }
+        return found;
+    };
+    DeviceRoot root;
+    root.setUpdatePeriod("GPS_RECEIVER_STATUS", 4321);
+    EXPECT_EQ(count(textOf(root.configFile(vclFile)), "\"4321\""), 1U);
+    root.setUpdatePeriods(1234);
+    EXPECT_EQ(count(textOf(root.configFile(vclFile)), "\"1234\""), 4U);
+}
+
+TEST(FpgaFile, TellsWhatItHasAndCountsOn) {
+    const DeviceRoot root;
+    FpgaFile fpga(root);
+    EXPECT_EQ(fpga.read(FpgaFile::ClockRate), 58982400U);
+    EXPECT_EQ(fpga.read(FpgaFile::Ptfes), 2U);
+    EXPECT_GT(fpga.read(FpgaFile::PeripheralRegisters), 0U);
+    fpga.write(FpgaFile::ClockRate, 1);
+    EXPECT_EQ(fpga.read(FpgaFile::ClockRate), 1U);
+
+    // Another mapping sees the count, as the server does.
+    const FpgaFile::Register count = FpgaFile::SystemCount;
+    const auto startCount = fpga.read(count);
+    const auto start = std::chrono::steady_clock::now();
+    ASSERT_TRUE(eventually([&] { return fpga.read(count) > startCount + 58982400 / 4; }));
+    const std::chrono::duration<double> took = std::chrono::steady_clock::now() - start;
+    std::ifstream memory(root.file("/dev/mem"), std::ios::binary);
+    std::uint64_t seen = 0;
+    memory.seekg(0x40002000 + FpgaFile::SystemCount);
+    memory.read(reinterpret_cast<char*>(&seen), sizeof seen);
+    EXPECT_GE(seen, startCount + 58982400 / 4);
+    // At most a late step of the counter early or late on a busy machine.
+    EXPECT_NEAR(took.count(), 0.25, 0.1);
+}
+
+TEST(ReceiverPorts, RecordIsTheMessageInItsEncapsulation) {
+    const DeviceRoot root;
+    ReceiverPorts ports(root);
+    const Bytes frame{0xFF, 0x81, 0xB0, 0x13};
+    ports.record(frame);
+    const Bytes record = ports.record(frame);
+    ASSERT_EQ(record.size(), 60U);
+    EXPECT_THAT(Bytes(record.begin(), record.begin() + 12),
+                testing::ElementsAre(0, 1, 0, 0,                // little-endian
+                                     1, 0, 0, 0, 0, 0, 0, 0));  // the second message
+    EXPECT_THAT(Bytes(record.begin() + 44, record.end()),
+                testing::ElementsAre(0, 0, 39, 0,               // device id
+                                     4, 0, 0, 0, 4, 0, 0, 0,    // num_bytes, count of data
+                                     0xFF, 0x81, 0xB0, 0x13));  // data
+    ports.setSourceServer(38);
+    EXPECT_EQ(ports.record(frame)[46], 38);
+}
+
+TEST(ReceiverPorts, MessagesComeBackWhole) {
+    const DeviceRoot root;
+    ReceiverPorts ports(root);
+    const auto frames = cycleFrames(scenarioAt(6));
+    for (const Bytes& frame : frames) {
+        ASSERT_TRUE(ports.send(Channel::HcTyr, frame));
+    }
+    for (const Bytes& frame : frames) {
+        const auto message = ports.receive(Channel::HcTyr, within(5s));
+        ASSERT_TRUE(message);
+        EXPECT_EQ(message->data(), frame);
+    }
+    EXPECT_FALSE(ports.receive(Channel::HcTyr, within(0ms)));
+
+    // A record in two pieces waits for its end; one that claims too much is dropped.
+    const Bytes record = ports.record(frames[0]);
+    ports.sendRaw(Channel::DtIn, std::span(record).first(100));
+    EXPECT_FALSE(ports.receive(Channel::DtIn, within(0ms)));
+    ports.sendRaw(Channel::DtIn, std::span(record).subspan(100));
+    EXPECT_TRUE(ports.receive(Channel::DtIn, within(5s)));
+    ports.sendRaw(Channel::DtIn, Bytes(56, 0xFF));
+    EXPECT_THROW(ports.receive(Channel::DtIn, within(5s)), std::runtime_error);
+    ports.send(Channel::DtIn, frames[1]);
+    EXPECT_EQ(ports.receive(Channel::DtIn, within(5s))->data(), frames[1]);
+}
+
+TEST(ReceiverPorts, FullQueueIsToldAndKeepsWholeRecords) {
+    const DeviceRoot root;
+    ReceiverPorts ports(root);
+    const Bytes frame = frame8504(scenarioAt(0));
+    std::size_t sent = 0;
+    while (ports.send(Channel::DtOut, frame, within(0ms))) {
+        ASSERT_LT(++sent, 100000U);
+    }
+    EXPECT_GE(sent, 65536 / (frame.size() + 56) / 2);
+    for (std::size_t index = 0; index < sent; ++index) {
+        ASSERT_TRUE(ports.receive(Channel::DtOut, within(5s)));
+    }
+    EXPECT_FALSE(ports.receive(Channel::DtOut, within(0ms)));
+}
+
+}  // namespace
+}  // namespace bench
