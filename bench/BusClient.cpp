@@ -46,11 +46,11 @@ std::optional<json> BusClient::next(const Matches& matches, Deadline deadline) {
     utilities::MutexLock lock(m_mutex);
     bool last = false;
     while (true) {
-        while (!m_reports.empty()) {
-            json report = std::move(m_reports.front());
-            m_reports.pop_front();
-            if (matches(report)) {
-                return report;
+        while (!m_lines.empty()) {
+            json line = std::move(m_lines.front());
+            m_lines.pop_front();
+            if (matches(line)) {
+                return line;
             }
         }
         if (last || m_closed) {
@@ -61,9 +61,11 @@ std::optional<json> BusClient::next(const Matches& matches, Deadline deadline) {
 }
 
 std::optional<json> BusClient::next(std::string_view report, Deadline deadline) {
-    return next(
-        [&](const json& line) { return report.empty() || line.value("report", "") == report; },
-        deadline);
+    const auto isReport = [report](const json& line) {
+        const auto name = line.find("report");
+        return name != line.end() && *name == report;
+    };
+    return next(isReport, deadline);
 }
 
 std::optional<json> BusClient::request(json request, Deadline deadline) {
@@ -131,7 +133,7 @@ void BusClient::take(std::string_view line) {
     if (!parsed.is_object()) {
         ++m_unreadable;
     } else if (!parsed.contains("reply")) {
-        m_reports.push_back(std::move(parsed));
+        m_lines.push_back(std::move(parsed));
     } else if (parsed["reply"].is_number_integer()) {
         const auto id = parsed["reply"].get<long long>();
         m_replies[id] = std::move(parsed);

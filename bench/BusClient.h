@@ -19,8 +19,8 @@ namespace bench {
 
 /** Reads the bus on a thread of its own, so that it never counts as a slow client.
  *
- *  Reports wait in order until `next` takes them; answers to requests are kept apart. The
- *  operations may be called from any thread.
+ *  Lines wait in order until `next` takes them: the greeting, reports, and errors that answer no
+ *  request. Answers to requests are kept apart. The operations may be called from any thread.
  */
 class BusClient {
 public:
@@ -33,10 +33,10 @@ public:
     BusClient(const BusClient&) = delete;
     BusClient& operator=(const BusClient&) = delete;
 
-    /** The next report for which `matches` holds; those before it are dropped. Empty when the
+    /** The next line for which `matches` holds; those before it are dropped. Empty when the
      *  deadline has passed or the bus has closed. */
     std::optional<nlohmann::json> next(const Matches& matches, Deadline deadline) EXCLUDES(m_mutex);
-    /** The next report of that name, or the next of any kind for an empty name. */
+    /** The next report of that name. */
     std::optional<nlohmann::json> next(std::string_view report, Deadline deadline);
 
     /** Sends a request with an "id" of its own and waits for the answer: {"reply":id,...}. Empty
@@ -59,7 +59,7 @@ private:
     Descriptor m_socket;
     mutable utilities::Mutex m_mutex;
     utilities::Condition m_changed;
-    std::deque<nlohmann::json> m_reports GUARDED_BY(m_mutex);
+    std::deque<nlohmann::json> m_lines GUARDED_BY(m_mutex);
     std::map<long long, nlohmann::json> m_replies GUARDED_BY(m_mutex);
     long long m_lastId GUARDED_BY(m_mutex) = 0;
     std::size_t m_unreadable GUARDED_BY(m_mutex) = 0;

@@ -1,0 +1,185 @@
+#include "bench/run/Run.h"
+
+#include <csignal>
+#include <fstream>
+#include <stdexcept>
+
+#include "bench/Nmea.h"
+#include "bench/Scenario.h"
+#include "utilities/Console.h"
+#include "victory/tools/ReportText.h"
+
+namespace bench {
+namespace {
+
+using utilities::concat;
+using utilities::printErrorLine;
+using utilities::printLine;
+using namespace std::chrono_literals;
+
+constexpr auto startPatience = 20s;
+constexpr auto stopPatience = 10s;
+constexpr auto restPatience = 3s;  // for reports on their way when the receiver stops
+constexpr auto lookAround = 50ms;
+constexpr std::size_t lastLines = 15;
+
+std::string words(const ServerProcess::Ending& ending) {
+    return ending.status ? concat("with exit status ", *ending.status)
+                         : concat("by signal ", ending.signal.value_or(0));
+}
+
+}  // namespace
+
+Run::Run(const RunOptions& options) : m_options(options), m_source(sourceOf(options)) {
+    if (options.keep) {
+        m_root.keep();
+        printLine("Device root: ", m_root.path().string());
+    }
+    edit();
+    m_fpga.emplace(m_root);
+    m_ports.emplace(m_root);
+    m_server.emplace(ServerProcess::Command{options.server,
+                                            {DeviceRoot::serverArgument()},
+                                            {{"HALCYRINE_ROOT", m_root.path().string()}}});
+}
+
+Receiver::Source Run::sourceOf(const RunOptions& options) {
+    if (options.nmea.empty()) {
+        return [](std::size_t cycle) { return scenarioAt(cycle); };
+    }
+    std::ifstream input(options.nmea, std::ios::binary);
+    if (!input) {
+        throw std::runtime_error("Can't read " + options.nmea);
+    }
+    NmeaLog log = readNmea(input);
+    printLine(options.nmea, ": ", log.states.size(), " cycles in ", log.counts.lines, " lines, ",
+              log.counts.unreadable, " unreadable, ", log.counts.passedOver, " passed over, ",
+              log.counts.satellitesLeftOut, " satellites left out");
+    if (log.states.empty()) {
+        throw std::runtime_error("No NMEA 0183 sentences that tell a receiver's state in " +
+                                 options.nmea);
+    }
+    return [states = std::move(log.states)](std::size_t cycle) {
+        return cycle < states.size() ? std::optional(states[cycle]) : std::nullopt;
+    };
+}
+
+void Run::edit() {
+    for (const std::string& setting : m_options.settings) {
+        const std::size_t sign = setting.find('=');
+        if (sign == std::string::npos || sign == 0) {
+            throw std::runtime_error("No NAME=VALUE: " + setting);
+        }
+        m_root.setParameter(serverFile, "VGpsReceiverServer", setting.substr(0, sign),
+                            setting.substr(sign + 1));
+    }
+    if (m_options.speed > 1) {
+        m_root.setUpdatePeriods(0);  // so that no report is held back
+    }
+}
+
+bool Run::execute(const std::function<bool()>& stopped) {
+    connect();
+    const Deadline start = std::chrono::steady_clock::now();
+    const auto period = std::chrono::nanoseconds(std::llround(1e9 / m_options.speed));
+    m_receiver.emplace(*m_ports, m_source, period);
+    bool died = false;
+    bool over = false;
+    while (!died && !over && !stopped()) {
+        showWaiting(within(lookAround));
+        died = m_server->wait(within(0ms)).has_value();
+        const std::chrono::duration<double> passed = std::chrono::steady_clock::now() - start;
+        over = m_receiver->tally().finished ||
+               (m_options.seconds > 0 && passed.count() >= m_options.seconds);
+    }
+    m_receiver->stop();
+    if (died) {
+        tellEnding("while it was serving");
+    } else {
+        waitForTheRest();
+    }
+    const bool ended = !died && endServer();
+    const Receiver::Tally sent = m_receiver->tally();
+    printLine("Summary");
+    for (const std::string& line : m_tally.summary(sent)) {
+        printLine(line);
+    }
+    const bool complete = m_tally.complete(sent);
+    printLine(complete ? "  nothing was lost" : "  SOMETHING WAS LOST");
+    return complete && ended;
+}
+
+/** Waits for the bus, as long as the server lives. */
+void Run::connect() {
+    const Deadline deadline = within(startPatience);
+    while (!m_bus) {
+        try {
+            m_bus.emplace(m_root.busSocket(), within(lookAround));
+        } catch (const std::system_error&) {
+            if (m_server->wait(within(0ms))) {
+                tellEnding("before it offered its service");
+                throw std::runtime_error("The server did not start");
+            }
+            if (std::chrono::steady_clock::now() >= deadline) {
+                throw;
+            }
+        }
+        showConsole();
+    }
+}
+
+void Run::showWaiting(Deadline deadline) {
+    const auto any = [](const nlohmann::json&) { return true; };
+    while (const auto line = m_bus->next(any, deadline)) {
+        m_tally.take(*line);
+        printLine(victory::describe(*line).value_or("unknown line: " + line->dump()));
+    }
+    showConsole();
+}
+
+void Run::showConsole() {
+    if (!m_options.console) {
+        return;
+    }
+    const auto lines = m_server->lines();
+    for (; m_linesShown < lines.size(); ++m_linesShown) {
+        printLine("  server| ", lines[m_linesShown].text);
+    }
+}
+
+void Run::waitForTheRest() {
+    const Deadline deadline = within(restPatience);
+    while (m_tally.missing(m_receiver->tally()) != 0 &&
+           std::chrono::steady_clock::now() < deadline) {
+        showWaiting(within(lookAround));
+    }
+}
+
+bool Run::endServer() {
+    m_server->signal(SIGTERM);
+    const auto ending = m_server->wait(within(stopPatience));
+    showWaiting(within(0ms));
+    if (!ending) {
+        printErrorLine("The server has not ended ", stopPatience.count(),
+                       " s after it was asked to. It is killed now.");
+    } else if (ending->status != 0) {
+        tellEnding("when it was asked to stop");
+    }
+    return ending && ending->status == 0;
+}
+
+void Run::tellEnding(const char* when) {
+    const auto ending = m_server->wait(within(0ms));
+    const auto lines = m_server->lines();
+    printErrorLine("The server ended ", ending ? words(*ending) : "", " ", when,
+                   ". Its last lines:");
+    for (std::size_t at = lines.size() - std::min(lines.size(), lastLines); at < lines.size();
+         ++at) {
+        printErrorLine("  ", lines[at].text);
+    }
+    printErrorLine(
+        "See what it complains of, or run again with --keep --console --set Debug=true "
+        "and look at its files in the device root.");
+}
+
+}  // namespace bench
