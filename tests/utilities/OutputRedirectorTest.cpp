@@ -1,0 +1,248 @@
+#include "utilities/OutputRedirector.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <climits>
+#include <cstdio>
+#include <cstdlib>
+#include <map>
+#include <memory>
+#include <sstream>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+namespace {
+
+/** Stands in for a standard stream, which has it back at the end. */
+class MemoryStream {
+public:
+    explicit MemoryStream(std::FILE*& stream) : m_stream(stream), m_before(stream) {
+        m_stream = m_memory = open_memstream(&m_text, &m_size);
+    }
+    ~MemoryStream() {
+        m_stream = m_before;
+        std::fclose(m_memory);
+        std::free(m_text);
+    }
+    MemoryStream(const MemoryStream&) = delete;
+    MemoryStream& operator=(const MemoryStream&) = delete;
+
+    bool inPlace() const { return m_stream == m_memory; }
+    std::string text() {
+        std::fflush(m_memory);
+        return {m_text, m_size};
+    }
+
+private:
+    std::FILE*& m_stream;
+    std::FILE* const m_before;
+    std::FILE* m_memory = nullptr;
+    char* m_text = nullptr;
+    std::size_t m_size = 0;
+};
+
+using Pieces = std::vector<std::string>;
+
+/** The process's standard streams as the library would find them. Nothing may be expected while
+ *  they stand, since the report would go the same way.
+ */
+struct World {
+    MemoryStream out{stdout};
+    MemoryStream err{stderr};
+    COutputRedirector redirector;
+    Pieces pieces;
+
+    /** Takes everything. */
+    bool capture() {
+        return redirector.redirect([this](const char* text, unsigned size) {
+            pieces.emplace_back(text, size);
+            return static_cast<int>(size);
+        });
+    }
+};
+
+TEST(OutputRedirector, LinesOfBothStreamsArriveWhole) {
+    Pieces pieces;
+    std::string passed;
+    {
+        World world;
+        world.capture();
+        std::puts("first");
+        std::fputs("SOAP 1.2 ", stderr);
+        std::fprintf(stdout, "fault %s", "SOAP-ENV:Sender");
+        std::putchar('\n');
+        std::fputs("pushed out", stdout);
+        std::fflush(stdout);
+        std::fputs("left over", stderr);
+        world.redirector.reset();
+        world.redirector.reset();
+        std::fputs("afterwards", stdout);
+        pieces = world.pieces;
+        passed = world.out.text() + "|" + world.err.text();
+    }
+    EXPECT_EQ(pieces,
+              (Pieces{"first\n", "SOAP 1.2 fault SOAP-ENV:Sender\n", "pushed out", "left over"}));
+    EXPECT_EQ(passed, "afterwards|");
+}
+
+TEST(OutputRedirector, WriterDecidesWhatIsSwallowed) {
+    std::string passed;
+    {
+        World world;
+        world.redirector.redirect([](const char* text, unsigned size) {
+            const std::string piece(text);  // ends behind `size`
+            if (piece.size() != size || piece == "throw\n") {
+                throw std::runtime_error(piece);
+            }
+            return piece == "none\n" ? 0 : piece == "minus\n" ? INT_MIN : INT_MAX;
+        });
+        for (const char* line : {"all", "none", "throw", "minus", "none", "all", "none"}) {
+            std::puts(line);
+        }
+        world.redirector.reset();
+        passed = world.out.text();
+    }
+    EXPECT_EQ(passed, "none\nnone\nnone\n");
+}
+
+TEST(OutputRedirector, OneRedirectionAtATime) {
+    bool results[5];
+    Pieces pieces;
+    Pieces later;
+    {
+        World world;
+        const auto never = [](const char*, unsigned size) { return static_cast<int>(size); };
+        results[0] = world.redirector.redirect(nullptr);
+        results[1] = world.capture();
+        results[2] = world.redirector.redirect(never);
+        {
+            COutputRedirector second;
+            results[3] = second.redirect(never);
+        }
+        std::puts("first");
+        world.redirector.reset();
+        pieces = std::exchange(world.pieces, {});
+        results[4] = world.capture() && !world.out.inPlace() && !world.err.inPlace();
+        std::puts("again");
+        world.redirector.~COutputRedirector();
+        new (&world.redirector) COutputRedirector;
+        results[4] = results[4] && world.out.inPlace() && world.err.inPlace();
+        later = world.pieces;
+    }
+    EXPECT_FALSE(results[0]);
+    EXPECT_TRUE(results[1]);
+    EXPECT_FALSE(results[2]);
+    EXPECT_FALSE(results[3]);
+    EXPECT_TRUE(results[4]);
+    EXPECT_EQ(pieces, Pieces{"first\n"});
+    EXPECT_EQ(later, Pieces{"again\n"});
+}
+
+TEST(OutputRedirector, PrintsOfTheWriterReachTheSavedStreamOnce) {
+    std::string passed;
+    {
+        World world;
+        world.redirector.redirect([](const char* text, unsigned size) {
+            std::printf("[%s", text);
+            std::puts("line");
+            std::fflush(stdout);
+            std::fputs("rest]", stdout);
+            return text[0] == 'a' ? 0 : static_cast<int>(size);
+        });
+        std::fputs("a1\nb", stdout);
+        std::fputs("c\nd", stdout);
+        world.redirector.reset();
+        passed = world.out.text();
+    }
+    EXPECT_EQ(passed, "[a1\nline\nrest]a1\n[bc\nline\nrest][dline\nrest]");
+}
+
+TEST(OutputRedirector, MegabyteWithoutALineEndArrivesWhole) {
+    std::string text(1U << 20U, '.');
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        text[i] = static_cast<char>('a' + i * i % 23);
+    }
+    Pieces pieces;
+    {
+        World world;
+        world.capture();
+        std::fputs(text.c_str(), stdout);
+        for (const char c : text) {
+            std::putchar(c);
+        }
+        world.redirector.reset();
+        pieces = world.pieces;
+    }
+    std::string sum;
+    for (const std::string& piece : pieces) {
+        sum += piece;
+    }
+    EXPECT_TRUE(sum == text + text);
+}
+
+/** Adds the lines "thread number" of `text` to what is known of each thread's numbers. */
+void collect(const std::string& text, std::map<int, std::vector<int>>& numbers, int& strange) {
+    std::istringstream lines(text);
+    for (std::string line; std::getline(lines, line);) {
+        int thread = -1;
+        int number = -1;
+        char end = 0;
+        const bool whole =
+            std::sscanf(line.c_str(), "thread %d line %d%c", &thread, &number, &end) == 3;
+        if (!whole || end != '.') {
+            ++strange;
+        }
+        numbers[thread].push_back(number);
+    }
+}
+
+TEST(OutputRedirector, LinesOfManyThreadsNeitherMixNorGetLost_NotEvenDuringReset) {
+    constexpr int threadCount = 6;
+    constexpr int lineCount = 3000;
+    Pieces pieces;
+    std::string passed;
+    {
+        World world;
+        world.capture();
+        std::atomic<int> printed = 0;
+        std::vector<std::thread> threads;
+        threads.reserve(threadCount);
+        for (int t = 0; t < threadCount; ++t) {
+            threads.emplace_back([t, &printed] {
+                for (int i = 0; i < lineCount; ++i, ++printed) {
+                    std::printf("thread %d line %d.\n", t, i);
+                }
+            });
+        }
+        while (printed < threadCount * lineCount / 3) {
+            std::this_thread::yield();
+        }
+        world.redirector.reset();
+        for (std::thread& thread : threads) {
+            thread.join();
+        }
+        pieces = world.pieces;
+        passed = world.out.text();
+    }
+    int strange = 0;
+    std::map<int, std::vector<int>> numbers;
+    for (const std::string& piece : pieces) {
+        collect(piece, numbers, strange);
+    }
+    EXPECT_GE(pieces.size(), threadCount * lineCount / 3U);
+    collect(passed, numbers, strange);
+    EXPECT_EQ(strange, 0);
+    for (int t = 0; t < threadCount; ++t) {
+        ASSERT_EQ(numbers[t].size(), std::size_t{lineCount}) << "thread " << t;
+        for (int i = 0; i < lineCount; ++i) {
+            ASSERT_EQ(numbers[t][static_cast<std::size_t>(i)], i) << "thread " << t;
+        }
+    }
+}
+
+}  // namespace
