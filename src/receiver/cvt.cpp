@@ -1,11 +1,10 @@
 #include "receiver/cvt.h"
 
-#include <algorithm>
 #include <cmath>
-#include <limits>
 #include <utility>
 
 #include "receiver/WireFormats.h"
+#include "utilities/round.h"
 
 namespace {
 
@@ -172,10 +171,7 @@ float DirectionRadiansFromVelocityF(float a, float b) {
 }
 
 void ToSecondsNanoseconds(int* seconds, double* nanoseconds, double value) {
-    using Limits = std::numeric_limits<int>;
     double whole = 0.0;
     *nanoseconds = std::modf(value, &whole) * 1000000000.0;
-    *seconds = std::isnan(whole)
-                   ? 0
-                   : static_cast<int>(std::clamp<double>(whole, Limits::min(), Limits::max()));
+    *seconds = utilities::cutTo<int>(whole);
 }

@@ -1,0 +1,78 @@
+/** Frames as the receiver sends them, built and spoiled byte by byte. */
+#pragma once
+
+#include <cstdint>
+#include <cstring>
+#include <iostream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "receiver/GssipMessage.h"
+#include "receiver/gps_msgs.h"
+
+namespace receiver_test {
+
+using Bytes = std::vector<unsigned char>;
+using Words = std::vector<unsigned short>;
+
+template <typename T>
+Bytes bytesOf(const T& object) {
+    const auto* first = reinterpret_cast<unsigned char const*>(&object);
+    return {first, first + sizeof object};
+}
+
+inline Words wordsOf(void const* bytes, std::size_t length) {
+    Words words(length / 2);
+    std::memcpy(words.data(), bytes, 2 * words.size());
+    return words;
+}
+
+/** A frame with a good header and `words` data words, every data byte `fill`. */
+class Frame {
+public:
+    Frame(unsigned short id, unsigned short words, unsigned char fill = 0)
+        : m_bytes(gssip::frameBytes(words), fill) {
+        unsigned short header[5];
+        MakeHeader(header, id, words);
+        std::memcpy(m_bytes.data(), header, sizeof header);
+    }
+
+    /** Writes at byte `offset` of the data. */
+    Frame& put(std::size_t offset, const Bytes& bytes) {
+        std::memcpy(m_bytes.data() + 10 + offset, bytes.data(), bytes.size());
+        return *this;
+    }
+
+    unsigned char const* bytes() const { return m_bytes.data(); }
+    unsigned size() const { return static_cast<unsigned>(m_bytes.size()); }
+    const Bytes& all() const { return m_bytes; }
+
+private:
+    Bytes m_bytes;
+};
+
+/** What goes to `stream` while this stands. */
+class Captured {
+public:
+    explicit Captured(std::ostream& stream)
+        : m_stream(stream), m_before(stream.rdbuf(m_text.rdbuf())) {}
+    ~Captured() { m_stream.rdbuf(m_before); }
+    std::string text() const { return m_text.str(); }
+
+private:
+    std::ostringstream m_text;
+    std::ostream& m_stream;
+    std::streambuf* m_before;
+};
+
+/** Keeps what messages write. */
+struct Sink : IWriteByteStreams {
+    int WriteBytes(void const* bytes, unsigned int length) override {
+        frames.push_back(wordsOf(bytes, length));
+        return 0;
+    }
+    std::vector<Words> frames;
+};
+
+}  // namespace receiver_test
