@@ -1,0 +1,80 @@
+/** The handle of the VICTORY service, shared between those who tell and the one who restarts. */
+#pragma once
+
+#include <utility>
+
+#include "utilities/Mutex.h"
+#include "victory/victory.h"
+
+/** Holds one VgpssService* and knows who is using it.
+ *
+ *  Threads outside the library reach the handle only through a Use, for the length of a few Tell
+ *  calls. `take` empties it: from then on every Use is empty, and it returns when the last one of
+ *  before has gone. Its caller may then delete the service: nobody can reach the old handle any
+ *  more. Callbacks of the service need no Use: they work on the handle they are called with, which
+ *  the library keeps until they return. So no lock is held across a deletion.
+ */
+class ServiceHandle {
+public:
+    /** Keeps the handle from being taken while it lives. Never held while waiting for a callback.
+     */
+    class Use {
+    public:
+        explicit Use(ServiceHandle& owner) : m_owner(owner), m_service(owner.enter()) {}
+        ~Use() {
+            if (m_service != nullptr) {
+                m_owner.leave();
+            }
+        }
+        Use(const Use&) = delete;
+        Use& operator=(const Use&) = delete;
+
+        explicit operator bool() const { return m_service != nullptr; }
+        VgpssService* get() const { return m_service; }
+
+    private:
+        ServiceHandle& m_owner;
+        VgpssService* const m_service;
+    };
+
+    bool isSet() const {
+        const utilities::MutexLock lock(m_mutex);
+        return m_service != nullptr;
+    }
+
+    void set(VgpssService* service) {
+        const utilities::MutexLock lock(m_mutex);
+        m_service = service;
+    }
+
+    /** The handle, which is null for everybody from now on. Waits for every Use to end. */
+    VgpssService* take() {
+        const utilities::MutexLock lock(m_mutex);
+        VgpssService* const service = std::exchange(m_service, nullptr);
+        while (m_users != 0) {
+            m_idle.wait(m_mutex);
+        }
+        return service;
+    }
+
+private:
+    VgpssService* enter() {
+        const utilities::MutexLock lock(m_mutex);
+        if (m_service != nullptr) {
+            ++m_users;
+        }
+        return m_service;
+    }
+
+    void leave() {
+        const utilities::MutexLock lock(m_mutex);
+        if (--m_users == 0) {
+            m_idle.notify_all();
+        }
+    }
+
+    mutable utilities::Mutex m_mutex;
+    utilities::Condition m_idle;
+    VgpssService* m_service GUARDED_BY(m_mutex) = nullptr;
+    int m_users GUARDED_BY(m_mutex) = 0;
+};

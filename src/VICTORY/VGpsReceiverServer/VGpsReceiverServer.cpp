@@ -1,0 +1,77 @@
+#include "VICTORY/VGpsReceiverServer/VGpsReceiverServer.h"
+
+#include "utilities/Console.h"
+
+using FACE::RETURN_CODE_TYPE;
+using ReportedStates = FACE::LCM::Halcyrine::ReportedState;
+using RequestedStates = FACE::LCM::Halcyrine::RequestedState;
+using utilities::printLine;
+
+namespace {
+
+/** Message kind of GSSIP in a device id. */
+constexpr std::uint8_t gssipMessageKind = 46;
+
+}  // namespace
+
+VGpsReceiverServer::VGpsReceiverServer()
+    : m_serverName(ASPN2::ServerIds::to_string(m_serverId)),
+      m_deviceId(m_deviceIdFactory.makeDeviceId(gssipMessageKind, 0)) {}
+
+VGpsReceiverServer::~VGpsReceiverServer() {
+    // Callbacks of queue and service reach into this object: both end before any member goes.
+    m_gssipMcsq.reset();
+    vgpssDeleteService(m_vgpssService.take());
+}
+
+void VGpsReceiverServer::Initialize(ReturnCode& rc) {
+    rc = RETURN_CODE_TYPE::NO_ACTION;
+}
+
+void VGpsReceiverServer::Finalize(ReturnCode& rc) {
+    rc = RETURN_CODE_TYPE::NO_ACTION;
+}
+
+void VGpsReceiverServer::Query_State(ReportedState& state, ReturnCode& rc) {
+    state = m_state;
+    rc = RETURN_CODE_TYPE::NO_ERROR;
+}
+
+void VGpsReceiverServer::Request_State_Transition(RequestedState requested, ReturnCode& rc) {
+    auto& health = HealthReporter::Instance();
+    const ReportedState state = m_state;
+    if (requested == RequestedStates::START && state == ReportedStates::STOPPED) {
+        Start();
+        health.SendEvent(__FILE__, __LINE__, HealthReporter::EVENT_INFO,
+                         m_serverName + " started successfully.");
+        m_state = ReportedStates::RUNNING;
+        rc = RETURN_CODE_TYPE::NO_ERROR;
+        return;
+    }
+    if (requested == RequestedStates::STOP && state == ReportedStates::RUNNING) {
+        Stop();
+        health.SendEvent(__FILE__, __LINE__, HealthReporter::EVENT_INFO,
+                         m_serverName + " stopped successfully.");
+        m_state = ReportedStates::STOPPED;
+        rc = RETURN_CODE_TYPE::NO_ERROR;
+        return;
+    }
+    rc = RETURN_CODE_TYPE::NOT_AVAILABLE;
+}
+
+void VGpsReceiverServer::Start() {
+    Stop();
+    if (!m_testMode && m_debug) {
+        printLine(m_serverName, ": ", "Start",
+                  " : Fault test mode not enabled, not starting fault test thread ");
+    }
+}
+
+void VGpsReceiverServer::Stop() {}
+
+void VGpsReceiverServer::report(const std::string& text, HealthReporter::eEventType type,
+                                std::source_location place) {
+    HealthReporter::Instance().SendEvent(place.file_name(), static_cast<int>(place.line()), type,
+                                         text);
+    printLine(text);
+}

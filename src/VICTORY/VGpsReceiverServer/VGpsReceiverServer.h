@@ -1,0 +1,317 @@
+/** The server: the one place where receiver, VICTORY service and system meet.
+ *
+ *  `main` holds one object and drives it through the life cycle below; the callbacks run on threads
+ *  of others. Its code lies in one source per concern:
+ *
+ *  | source | concern | threads |
+ *  |---|---|---|
+ *  | VGpsReceiverServer.cpp | life cycle | main |
+ *  | VGpsReceiverServerConfiguration.cpp | configuration | main |
+ *  | VGpsReceiverServerFramework.cpp | connecting and disconnecting | main |
+ *  | VGpsReceiverServerGssip.cpp | receiver traffic | queue callback thread; WriteBytes: any |
+ *  | VGpsReceiverServerVictory.cpp | the service's bring-up and callback convention | main, library
+ * | | VGpsReceiverServerStatus.cpp | receiver status, status 2 | queue callback thread, library |
+ *  | VGpsReceiverServerHealth.cpp | satellite health | queue callback thread |
+ *  | VGpsReceiverServerWarnings.cpp | warning queue | any |
+ *
+ *  Of the locks below a thread of ours holds at most one at a time.
+ */
+#pragma once
+
+#include <array>
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <source_location>
+#include <string>
+#include <string_view>
+
+#include "ASPN/AspnDeviceIds.h"
+#include "ASPN/HealthReporter.h"
+#include "VICTORY/VGpsReceiverServer/ServiceHandle.h"
+#include "VICTORY/VGpsReceiverServer/WarningQueue.h"
+#include "aspn2_msgs/GSSIP.h"
+#include "face/FACE_Common.h"
+#include "face/FACE_String.h"
+#include "ioss/HC_Devmem.h"
+#include "ioss_mcsq/GssipMcsq.h"
+#include "receiver/GssipMessage.h"
+#include "receiver/Tyrn5040Msg.h"
+#include "receiver/Tyrn8040Msg.h"
+#include "receiver/Tyrn8504Msg.h"
+#include "receiver/TyrnSVRiseMsg.h"
+#include "utilities/Mutex.h"
+#include "victory/victory.h"
+
+/** Container of the top-level configuration that describes the system. */
+inline constexpr const char* SYST_NAME = "Halcyrine";
+
+/** Configuration of the VICTORY service, read at every start of the service. */
+inline constexpr const char* configFileName =
+    "/opt/halcyrine/config/GPSReceiverServiceConfig_1_9.xml";
+/** What the service publishes and how often; rewritten only on the library's request. */
+inline constexpr const char* vclFileName = "/opt/halcyrine/config/GPSReceiver_VCL_1_9.xml";
+
+class VGpsReceiverServer
+    : public FACE::LCM::Initializable::InitializableInstance,
+      public FACE::LCM::Configurable::ConfigurableInstance,
+      public FACE::LCM::Connectable::ConnectableInstance,
+      public FACE::LCM::Halcyrine::RequestedState_ReportedState::Stateful::StatefulInstance,
+      public IWriteByteStreams {
+public:
+    using ReturnCode = FACE::RETURN_CODE_TYPE::Value;
+    using ReportedState = FACE::LCM::Halcyrine::ReportedState::Value;
+    using RequestedState = FACE::LCM::Halcyrine::RequestedState::Value;
+
+    /** Codes of VgpscWarningMessage that the server itself gives. */
+    static constexpr VgpscWarningMessage customWarning = 62;
+    /** The receiver's datum, in every status record and told once as device data. */
+    static constexpr unsigned datumCode = 206;
+    /** Messages whose times of validity differ by less belong together [s]. */
+    static constexpr double sameMomentSeconds = 0.5;
+
+    /** Touches no device and no file. */
+    VGpsReceiverServer();
+    VGpsReceiverServer(const VGpsReceiverServer&) = delete;
+    VGpsReceiverServer& operator=(const VGpsReceiverServer&) = delete;
+    /** Releases what is still up, also after a life cycle that ended half way. */
+    ~VGpsReceiverServer() override;
+
+    // Life cycle, on the main thread alone, in this order.
+
+    void Initialize(ReturnCode& rc) override;
+    void Finalize(ReturnCode& rc) override;
+
+    /** Reads the top-level configuration `file` and applies priority and processor, which every
+     *  thread started later inherits.
+     *  @param[out] rc NO_ERROR, or INVALID_CONFIG whatever failed
+     */
+    void Configure(const FACE::String& file, ReturnCode& rc) override;
+
+    /** Brings up devices and the VICTORY service. `file` is not read.
+     *  @param[out] rc NO_ERROR, or INVALID_CONFIG when a part did not come up
+     *  @throws std::runtime_error when the FPGA can't be used
+     */
+    void Framework_Connect(const FACE::String& file, ReturnCode& rc) override;
+    /** @param[out] rc always NO_ERROR */
+    void Framework_Disconnect(ReturnCode& rc) override;
+
+    void Query_State(ReportedState& state, ReturnCode& rc) override;
+    /** @param[out] rc NOT_AVAILABLE, with nothing changed, for a state that is reached already */
+    void Request_State_Transition(RequestedState requested, ReturnCode& rc) override;
+
+    void Start();
+    void Stop();
+
+    // Receiver traffic.
+
+    /** Takes a message of the receiver, at most one at a time, on the queue callback thread, which
+     *  holds the queue's poll mutex and the adapter's. Lets no exception out. Once every buffer
+     *  has its size it allocates nothing.
+     */
+    void cbGssip(const aspn2_msgs::idl::GSSIP& message);
+    void handleBlock5042(const unsigned char* frame, unsigned int bytes);
+    void handleBlock5044(const unsigned char* frame, unsigned int bytes);
+
+    /** Sends a message to the receiver, on the caller's thread, which waits while the receiver does
+     *  not read. `bytes` is only printed.
+     *  @return 1, or 0 for a null message
+     */
+    int publishGSSIPmessage(GssipMessage* message, int bytes);
+    /** Wraps a finished frame and writes it to the receiver's channel; a failed write is an event.
+     *  @return 0
+     */
+    int WriteBytes(const void* bytes, unsigned int length) override;
+
+    // The VICTORY service. Main thread, or the one thread that restarts the service.
+
+    /** Makes and starts the service with the VCL `text`, or with that of `vclFileName` for null.
+     *  @return whether the service is up
+     */
+    bool InitializeVictory(const char* text);
+    /** @return true when a running service was stopped. No callback runs any more then */
+    bool ShutdownVictory();
+
+    // Callbacks of the service, on threads of the library. `data` is the server. None lets an
+    // exception out; set callbacks return 0 when the request was carried out, else 1.
+
+    static int cbSaveVclidCallback(void* data, VgpssService* service, const char* vclXml);
+    static void cbTellStatus2DataCallback(void* data, VgpssService* service);
+
+    // Records for the service: pure functions of the receiver's messages.
+
+    static VgpscReceiverChannelData encodeVictoryChannelStatus(
+        const Tyrn_8504_Msg::msg_8504_status_type& channel);
+    /** All of the status record. */
+    static VgpscReceiverStatusData makeReceiverStatus(
+        const Tyrn_5040_Msg::unpacked_msg5040_t& msg5040,
+        const Tyrn_8504_Msg::unpacked_msg8504_t& msg8504);
+    /** The status 2 fields that message 8040 gives. */
+    static VgpscReceiverStatus2Data makeReceiverStatus2(
+        const Tyrn_8040_Msg::unpacked_msg8040_t& msg8040);
+    /** Date and time of message 5040, whether they count or not. */
+    static VgpscDateTime makeDateTime(const Tyrn_5040_Msg::unpacked_msg5040_t& msg5040);
+    /** Date and time of message 8504.
+     *  @return whether the date is known; if not, `date` is left as it was
+     */
+    static bool makeDateTime(const Tyrn_8504_Msg::unpacked_msg8504_t& msg8504, VgpscDateTime& date);
+    /** Factor to degrees. */
+    static double northRefCorrectionUnitsConvert(std::uint16_t units);
+    /** Factor to metres. */
+    static double positionErrorUnitsConvert(std::uint16_t units);
+    static void encodeVictorySVHealth(const Tyrn_SVRise_Msg::unpacked_svRise_t& slot,
+                                      VgpscSvHealthStatusData& health,
+                                      VgpscSvHealthStatus2Data& place);
+
+    /** Tell the service what the messages say. */
+    void encodeVictoryGpsReceiverStatus(const Tyrn_5040_Msg::unpacked_msg5040_t& msg5040,
+                                        const Tyrn_8504_Msg::unpacked_msg8504_t& msg8504)
+        REQUIRES(m_receiverDataMutex);
+    void encodeVictoryGpsSVHealthStatus(const Tyrn_SVRise_Msg::unpacked_SVRise_msg_t& rise1,
+                                        const Tyrn_SVRise_Msg::unpacked_SVRise_msg_t& rise2,
+                                        const Tyrn_8504_Msg::unpacked_msg8504_t& msg8504)
+        REQUIRES(m_receiverDataMutex);
+
+    // Warnings, from any thread, holding no lock of this class.
+
+    static VgpscWarningMessage encodeVictoryWarningId(std::uint16_t number);
+    bool appendVDBWarning(const VgpscReceiverWarningMessage& warning);
+    /** A text longer than 255 characters is cut. */
+    bool sendVDBcustomWarning(const std::string& text);
+
+private:
+    /** Codes by the receiver's warning number. Constant, so that a restart of the service has
+     *  nothing to fill while receiver messages flow. */
+    static constexpr std::size_t warningNumbers = 82;
+    static consteval std::array<VgpscWarningMessage, warningNumbers> initWarningIdEncoder();
+    static const std::array<VgpscWarningMessage, warningNumbers> m_warningIds;
+
+    /** A receiver message as its frame lies in the queue record: at least 4 bytes. */
+    struct Frame {
+        const unsigned char* data;
+        unsigned int bytes;
+    };
+    struct Handler;
+    static const std::array<Handler, 7> s_handlers;
+
+    // Configuration.
+    /** @return whether `file` gave every setting */
+    bool readConfiguration(FACE::Configuration& config, const FACE::String& file,
+                           unsigned short& priority, unsigned short& cpu);
+    void GetSystemParameters(FACE::Configuration& config, int handle, FACE::String& system,
+                             FACE::String& configuration, ReturnCode& rc);
+    void GetConfigParameters(FACE::Configuration& config, int handle, FACE::String& connections,
+                             FACE::String& devices, bool& debug, unsigned short& priority,
+                             unsigned short& cpu, bool& quiet, bool& testMode,
+                             unsigned short& gssipSource, unsigned short& inProgressTimeout,
+                             unsigned short& requestTimeout, ReturnCode& rc);
+    /** @return whether priority and processor, where asked for, were both set */
+    bool applyScheduling(unsigned short priority, unsigned short cpu) const;
+
+    // Connecting.
+    bool connectDevices();
+
+    // Receiver messages, each on the queue callback thread.
+    void handle5040(Frame frame);
+    void handle8504(Frame frame);
+    void handle8040(Frame frame);
+    void handle5042(Frame frame) { handleBlock5042(frame.data, frame.bytes); }
+    void handle5044(Frame frame) { handleBlock5044(frame.data, frame.bytes); }
+    void handle5047(Frame frame);
+    void handle5048(Frame frame);
+    void handleRise(std::uint16_t id, Frame frame, Tyrn_SVRise_Msg::unpacked_SVRise_msg_t& cache,
+                    std::atomic<bool>& have);
+    void dispatch(const aspn2_msgs::idl::GSSIP& message);
+    /** Tell a report whose messages are all there and of one moment. */
+    void checkStatus();
+    void checkHealth();
+    void reportException(const std::string& text, const char* separator,
+                         std::source_location place = std::source_location::current());
+
+    // The service.
+    bool bringUpVictory(const char* text);
+    void registerCallbacks(VgpssService* service);
+    void initVictoryManagementData(VgpssService* service);
+    VgpscReceiverPorts makeReceiverPorts() const;
+    int saveVclid(const char* vclXml);
+    void tellStatus2Data(VgpssService* service);
+    void tellMagneticVariation(VgpssService* service, std::uint32_t source, double degrees);
+
+    /** A warning whose words are `text`, of which 255 characters fit. */
+    static VgpscReceiverWarningMessage makeWarning(VgpscWarningMessage messageId,
+                                                   std::string_view text);
+
+    /** Sends an event of this type and prints the text, whatever `m_quiet` says. */
+    static void report(const std::string& text,
+                       HealthReporter::eEventType type = HealthReporter::EVENT_WARNING,
+                       std::source_location place = std::source_location::current());
+    /** Runs `body` for a callback of the library: null data and exceptions end in a report.
+     *  @return what `body` returns, `onNull` for null data, 1 after an exception
+     */
+    template <typename Body>
+    static int guardCallback(void* data, int onNull, Body body);
+
+    const std::uint8_t m_serverId = 46;
+    const std::string m_serverName;
+
+    // Settings: written by Configure before any other thread exists, constant afterwards.
+    bool m_debug = false;
+    std::uint8_t m_gssipSourceServerId = 39;
+    FACE::String m_systemName;
+    FACE::String m_configurationName;
+    FACE::String m_connectionsFile;
+    FACE::String m_ioDevicesFile;
+    bool m_testMode = false;
+    bool m_quiet = true;
+    std::int64_t m_clearDataInProgressTimeoutSeconds = 7200;
+    std::int64_t m_clearDataRequestTimeoutSeconds = 12;
+
+    std::atomic<ReportedState> m_state{FACE::LCM::Halcyrine::ReportedState::STOPPED};
+    ASPN2::DeviceIdFactory m_deviceIdFactory;
+
+    // To the receiver.
+    std::atomic<std::int64_t> m_gssipSeqNum{0};
+    std::atomic<std::uint32_t> m_gssipPublishErrors{0};
+    /** Taken while the factory's base is 0: the receiver knows frames of ours by kind alone. */
+    const std::uint32_t m_deviceId;
+    std::shared_ptr<FACE::IOSS::HC_Devmem> m_devmem;
+    std::shared_ptr<GssipMcsq> m_gssipMcsq;
+    long long m_gssipWriteConnection = -1;
+    long long m_dtInConnection = -1;
+
+    // From the receiver. Held through an encode and its Tell calls, which never wait.
+    utilities::Mutex m_receiverDataMutex;
+    Tyrn_5040_Msg::unpacked_msg5040_t m_msg5040 GUARDED_BY(m_receiverDataMutex){};
+    Tyrn_8504_Msg::unpacked_msg8504_t m_msg8504 GUARDED_BY(m_receiverDataMutex){};
+    Tyrn_SVRise_Msg::unpacked_SVRise_msg_t m_msg5047 GUARDED_BY(m_receiverDataMutex){};
+    Tyrn_SVRise_Msg::unpacked_SVRise_msg_t m_msg5048 GUARDED_BY(m_receiverDataMutex){};
+    // Set when a message has come, cleared by the report that used it; tested outside the lock.
+    std::atomic<bool> m_have5040{false};
+    std::atomic<bool> m_have8504Status{false};
+    std::atomic<bool> m_have8504Health{false};
+    std::atomic<bool> m_have5047{false};
+    std::atomic<bool> m_have5048{false};
+
+    // The VICTORY service.
+    ServiceHandle m_vgpssService;
+    std::array<char, 65536> m_serviceConfigXml{};
+    std::array<char, 65536> m_vclXml{};
+    std::atomic<bool> m_victoryRunning{false};
+    const double m_publishPeriod = 1.0;
+    /** Set when a system zeroize or destroy begins, never cleared. */
+    std::atomic<bool> m_sanitizeInProgress{false};
+    /** While true no status or health record is told. */
+    std::atomic<bool> m_tellDisabled{false};
+
+    // Warnings and status 2. Held through the Tell of status 2.
+    mutable utilities::Mutex m_vdbWarningMutex;
+    Tyrn_8040_Msg::unpacked_msg8040_t m_msg8040 GUARDED_BY(m_vdbWarningMutex){};
+    WarningQueue m_vdbWarnings GUARDED_BY(m_vdbWarningMutex);
+
+    // Settings of the receiver, touched by receiver and library threads without a lock.
+    std::atomic<double> m_magneticVariation{360.0};
+    std::atomic<bool> m_skipReceiverMagVar{false};
+    std::atomic<bool> m_skipMissionDuration{false};
+    std::atomic<bool> m_missionDurationValid{false};
+    std::atomic<std::uint16_t> m_missionDuration{0};
+};

@@ -1,0 +1,69 @@
+#include <algorithm>
+#include <cstring>
+
+#include "VICTORY/VGpsReceiverServer/VGpsReceiverServer.h"
+#include "utilities/Console.h"
+
+using utilities::printLine;
+
+namespace {
+
+/** Receiver warning numbers that map to VICTORY codes in step; all others are custom warnings. */
+struct WarningRange {
+    std::uint16_t firstNumber;
+    std::uint16_t lastNumber;
+    VgpscWarningMessage firstCode;
+};
+
+constexpr WarningRange warningRanges[] = {
+    {1, 5, 0},    {7, 23, 5},   {27, 28, 22}, {34, 47, 24},
+    {50, 63, 40}, {67, 71, 54}, {79, 79, 59}, {81, 81, 61},
+};
+
+}  // namespace
+
+consteval std::array<VgpscWarningMessage, VGpsReceiverServer::warningNumbers>
+VGpsReceiverServer::initWarningIdEncoder() {
+    std::array<VgpscWarningMessage, warningNumbers> codes{};
+    codes.fill(customWarning);
+    for (const WarningRange& range : warningRanges) {
+        for (std::uint16_t number = range.firstNumber; number <= range.lastNumber; ++number) {
+            codes[number] = range.firstCode + number - range.firstNumber;
+        }
+    }
+    return codes;
+}
+
+constexpr std::array<VgpscWarningMessage, VGpsReceiverServer::warningNumbers>
+    VGpsReceiverServer::m_warningIds = VGpsReceiverServer::initWarningIdEncoder();
+
+VgpscWarningMessage VGpsReceiverServer::encodeVictoryWarningId(std::uint16_t number) {
+    return number < m_warningIds.size() ? m_warningIds[number] : customWarning;
+}
+
+bool VGpsReceiverServer::appendVDBWarning(const VgpscReceiverWarningMessage& warning) {
+    if (m_debug && warning.hasCustomText != 0) {
+        printLine("appendVDBWarning", m_serverName, ": Sending VDB GPS warning message ID ",
+                  warning.messageId, ", custom message: ", warning.customText);
+    }
+    const utilities::MutexLock lock(m_vdbWarningMutex);
+    m_vdbWarnings.push(warning);
+    return true;
+}
+
+bool VGpsReceiverServer::sendVDBcustomWarning(const std::string& text) {
+    if (m_debug) {
+        printLine("sendVDBcustomWarning", text);
+    }
+    return appendVDBWarning(makeWarning(customWarning, text));
+}
+
+VgpscReceiverWarningMessage VGpsReceiverServer::makeWarning(VgpscWarningMessage messageId,
+                                                            std::string_view text) {
+    VgpscReceiverWarningMessage warning{};
+    warning.messageId = messageId;
+    warning.hasCustomText = 1;
+    const std::size_t length = std::min(text.size(), sizeof warning.customText - 1);
+    std::memcpy(warning.customText, text.data(), length);
+    return warning;
+}

@@ -1,0 +1,25 @@
+/** The convention that every callback of the VICTORY service keeps. */
+#pragma once
+
+#include <exception>
+
+#include "VICTORY/VGpsReceiverServer/VGpsReceiverServer.h"
+
+template <typename Body>
+int VGpsReceiverServer::guardCallback(void* data, int onNull, Body body) {
+    if (data == nullptr) {
+        report(
+            "VGpsReceiverServer: instance pointer was not found in VICTORY callbackData "
+            "parameter");
+        return onNull;
+    }
+    try {
+        return body(*static_cast<VGpsReceiverServer*>(data));
+    } catch (const std::exception& exception) {
+        report(std::string("VGpsReceiverServer: An exception occurred. Details: ") +
+               exception.what());
+    } catch (...) {
+        report("VGpsReceiverServer: Unknown c++ exception occurred");
+    }
+    return 1;
+}

@@ -1,0 +1,68 @@
+/** A VICTORY library that keeps what it is told, linked in place of the real one. */
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "utilities/Mutex.h"
+#include "victory/victory.h"
+
+/** What one service was told and given. The fields are read when no thread is telling. */
+struct VgpssService {
+    bool started = false;
+    VgpssTellCallback tellCallback = nullptr;
+    VgpssSaveVclidCallback saveVclid = nullptr;
+    VgpssSetCommandCallback setCommand = nullptr;
+    VgpssSetMagneticVariationCallback setMagneticVariation = nullptr;
+    VgpssSetMissionDurationCallback setMissionDuration = nullptr;
+    VgpssSetOperatingModeCallback setOperatingMode = nullptr;
+    VgpssSetReceiverHotStartDataCallback setHotStartData = nullptr;
+    VgpssSetReceiverHotStartPortCallback setHotStartPort = nullptr;
+    void* data = nullptr;
+};
+
+namespace fake {
+
+template <typename Record>
+struct Told {
+    unsigned count;
+    Record record;
+    std::optional<VgpscDateTime> date;
+};
+
+/** The library's memory since `reset`. */
+struct Victory {
+    // How it behaves.
+    bool newServiceFails = false;
+    bool readFails = false;
+    bool writeFails = false;
+
+    // What it saw, in order: "InitPubGroup 3 1", "TellDeviceMissionDuration 7" and so on.
+    std::vector<std::string> calls;
+    std::string serviceXml;
+    std::string vclXml;
+    std::string written;
+    std::vector<Told<VgpscReceiverStatusData>> status;
+    std::vector<Told<VgpscReceiverStatus2Data>> status2;
+    std::vector<Told<VgpscHealthStatusData>> health;
+    std::vector<Told<VgpscHealthStatus2Data>> health2;
+    std::vector<VgpscReceiverPorts> ports;
+    std::vector<VgpscReceiverHotStartData> hotStartData;
+    /** Calls on a handle that was deleted: each one is a fault of the server. */
+    int callsOnDeleted = 0;
+};
+
+/** Forgets everything; services of before count as deleted. */
+void reset();
+/** Runs `use` on the memory under its lock. */
+void with(const std::function<void(Victory&)>& use);
+Victory snapshot();
+/** The service that stands, or null. */
+VgpssService* service();
+/** Runs a callback of the standing service as a thread of the library would: deletion waits for it.
+ *  False when no service stands. */
+bool runCallback(const std::function<void(VgpssService&)>& callback);
+
+}  // namespace fake

@@ -1,0 +1,88 @@
+/** A server in this process with the tests' own VICTORY library, fed frame by frame. */
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <initializer_list>
+#include <iostream>
+#include <sstream>
+#include <string>
+
+#include "VICTORY/FakeVictory.h"
+#include "VICTORY/VGpsReceiverServer/VGpsReceiverServer.h"
+#include "aspn2_msgs/GSSIP.h"
+#include "bench/FrameBuilder.h"
+
+/** Catches what is printed through std::cout while it lives. */
+class CapturedOutput {
+public:
+    CapturedOutput() : m_previous(std::cout.rdbuf(m_text.rdbuf())) {}
+    ~CapturedOutput() { std::cout.rdbuf(m_previous); }
+    CapturedOutput(const CapturedOutput&) = delete;
+    CapturedOutput& operator=(const CapturedOutput&) = delete;
+    std::string text() const { return m_text.str(); }
+
+private:
+    std::ostringstream m_text;
+    std::streambuf* m_previous;
+};
+
+/** The size of each message [data words]. */
+inline std::uint16_t wordsOf(int id) {
+    switch (id) {
+        case 5040:
+            return 88;
+        case 5044:
+            return 21;
+        case 8040:
+            return 25;
+        case 8504:
+            return 200;
+        default:
+            return 100;
+    }
+}
+
+class ServerFixture : public testing::Test {
+protected:
+    using Builder = bench::FrameBuilder;
+    using ReturnCode = FACE::RETURN_CODE_TYPE::Value;
+    static constexpr std::uint8_t receiverId = 39;
+
+    ServerFixture() { fake::reset(); }
+
+    void bringUp() {
+        ASSERT_TRUE(server.InitializeVictory(nullptr));
+        transition(FACE::LCM::Halcyrine::RequestedState::START);
+    }
+    ReturnCode transition(VGpsReceiverServer::RequestedState requested) {
+        ReturnCode rc{};
+        server.Request_State_Transition(requested, rc);
+        return rc;
+    }
+
+    /** A message of that id and time of validity, all else 0. */
+    static Builder message(int id, double time) {
+        return Builder(static_cast<std::uint16_t>(id), 0x9000, wordsOf(id)).pdpDouble(0, time);
+    }
+    void feed(const Builder& builder, std::uint8_t source = receiverId) {
+        feedBytes(builder.frame(), source);
+    }
+    void feedBytes(const bench::Bytes& frame, std::uint8_t source = receiverId) {
+        aspn2_msgs::idl::GSSIP gssip;
+        gssip.header().device_id(source << 16);
+        gssip.num_bytes(static_cast<std::int32_t>(frame.size()));
+        gssip.data(std::vector<std::uint8_t>(frame.begin(), frame.end()));
+        server.cbGssip(gssip);
+    }
+    /** As the library does when group 1 falls due; the record that came of it. */
+    VgpscReceiverStatus2Data fetchStatus2() {
+        fake::runCallback(
+            [](VgpssService& service) { service.tellCallback(service.data, &service); });
+        return fake::snapshot().status2.back().record;
+    }
+    static std::size_t statusCount() { return fake::snapshot().status.size(); }
+    static std::size_t healthCount() { return fake::snapshot().health.size(); }
+
+    VGpsReceiverServer server;
+};

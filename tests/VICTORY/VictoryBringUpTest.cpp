@@ -1,0 +1,165 @@
+#include <gmock/gmock.h>
+
+#include <atomic>
+#include <thread>
+
+#include "VICTORY/ServerFixture.h"
+#include "VICTORY/Utilities/VictoryXmlHelpers.h"
+
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+constexpr const char* identity =
+    "NewService Merrowin Avionics|Zarvok-700|Type No. 47QK-100, Part No. 510-2288-100";
+
+using VictoryBringUp = ServerFixture;
+
+TEST_F(VictoryBringUp, RegistersThenStartsThenTellsManagementData) {
+    ASSERT_TRUE(server.InitializeVictory(nullptr));
+    const fake::Victory seen = fake::snapshot();
+    EXPECT_THAT(
+        seen.calls,
+        ElementsAre("Read /opt/halcyrine/config/GPSReceiverServiceConfig_1_9.xml",
+                    "Read /opt/halcyrine/config/GPSReceiver_VCL_1_9.xml", identity, "InitSaveVclid",
+                    "InitPubGroup 0 1", "InitPubGroup 3 1", "InitPubGroup 1 1", "InitPubGroup 4 1",
+                    "InitTellCallback 1", "StartService", "TellDeviceDatumCode 206 0",
+                    "TellDeviceMissionDuration 0", "TellDeviceReceiverPorts 12",
+                    "TellDeviceMaximumUserDefinedDatums 2"));
+    EXPECT_STREQ(seen.ports[0].names[0], "J1COM1");
+    EXPECT_STREQ(seen.ports[0].names[11], "J4COM3");
+}
+
+TEST_F(VictoryBringUp, SecondBringUpLeavesTheRunningServiceAlone) {
+    ASSERT_TRUE(server.InitializeVictory(nullptr));
+    const auto before = fake::snapshot().calls.size();
+    EXPECT_TRUE(server.InitializeVictory("<other/>"));
+    EXPECT_EQ(fake::snapshot().calls.size(), before);
+}
+
+TEST_F(VictoryBringUp, UnreadableFileIsReportedAndMakesNoService) {
+    fake::with([](fake::Victory& victory) { victory.readFails = true; });
+    const CapturedOutput output;
+    EXPECT_FALSE(server.InitializeVictory(nullptr));
+    EXPECT_EQ(output.text(),
+              "VGpsReceiverServer Error reading VICTORY GPS Receiver configuration file.\n");
+    EXPECT_EQ(fake::service(), nullptr);
+}
+
+TEST_F(VictoryBringUp, ServiceThatCannotBeMadeIsNoReport) {
+    fake::with([](fake::Victory& victory) { victory.newServiceFails = true; });
+    const CapturedOutput output;
+    EXPECT_FALSE(server.InitializeVictory(nullptr));
+    EXPECT_EQ(output.text(), "");
+    EXPECT_FALSE(server.ShutdownVictory());
+}
+
+TEST_F(VictoryBringUp, RestartUsesTheGivenTextAndTheNewHandle) {
+    bringUp();
+    EXPECT_TRUE(server.ShutdownVictory());
+    EXPECT_FALSE(server.ShutdownVictory());
+    feed(message(5040, 1));
+    feed(message(8504, 1));
+    EXPECT_EQ(statusCount(), 0U)
+        << "nothing is told, and nothing cached, while the service is down";
+
+    ASSERT_TRUE(server.InitializeVictory("<edited/>"));
+    EXPECT_EQ(fake::snapshot().vclXml, "<edited/>");
+    feed(message(8504, 1));
+    EXPECT_EQ(statusCount(), 0U);
+    feed(message(5040, 1));
+    EXPECT_EQ(statusCount(), 1U);
+    EXPECT_EQ(fake::snapshot().callsOnDeleted, 0);
+}
+
+TEST_F(VictoryBringUp, RestartsWhileFramesFlowAndCallbacksRun) {
+    bringUp();
+    std::atomic<bool> stop{false};
+    std::thread receiver([&] {
+        for (double time = 0; !stop; time += 1) {
+            for (const int id : {5040, 8504, 8040, 5047, 5048, 5044}) {
+                feed(message(id, time));
+            }
+        }
+    });
+    std::thread library([&] {
+        while (!stop) {
+            fake::runCallback(
+                [](VgpssService& service) { service.tellCallback(service.data, &service); });
+        }
+    });
+    for (int i = 0; i < 300; ++i) {
+        EXPECT_TRUE(server.ShutdownVictory());
+        EXPECT_TRUE(server.InitializeVictory("<again/>"));
+    }
+    stop = true;
+    receiver.join();
+    library.join();
+    EXPECT_EQ(fake::snapshot().callsOnDeleted, 0);
+    EXPECT_GT(statusCount(), 0U);
+}
+
+TEST_F(VictoryBringUp, SavesTheVclOnRequest) {
+    bringUp();
+    const auto save = [] {
+        int result = -1;
+        fake::runCallback([&](VgpssService& service) {
+            result = service.saveVclid(service.data, &service, "<kept/>");
+        });
+        return result;
+    };
+    EXPECT_EQ(save(), 0);
+    EXPECT_EQ(fake::snapshot().written, "<kept/>");
+    EXPECT_EQ(fake::snapshot().calls.back(), "Write /opt/halcyrine/config/GPSReceiver_VCL_1_9.xml");
+    fake::with([](fake::Victory& victory) { victory.writeFails = true; });
+    EXPECT_EQ(save(), 1);
+}
+
+TEST_F(VictoryBringUp, CallbackWithoutItsServerIsReported) {
+    const CapturedOutput output;
+    EXPECT_EQ(VGpsReceiverServer::cbSaveVclidCallback(nullptr, nullptr, ""), 0);
+    VGpsReceiverServer::cbTellStatus2DataCallback(nullptr, nullptr);
+    const std::string line =
+        "VGpsReceiverServer: instance pointer was not found in VICTORY callbackData parameter\n";
+    EXPECT_EQ(output.text(), line + line);
+}
+
+TEST(VclEdit, FindsTheItemBelowItsDataItem) {
+    tinyxml2::XMLDocument document;
+    ASSERT_EQ(document.Parse(R"(<vcl:VCL><a><b type="X"><i name="other" value="9"/>
+        <c><i name="updatePeriod"/></c></b></a><d type="Y"><i name="updatePeriod" value="1"/></d>
+        </vcl:VCL>)"),
+              tinyxml2::XML_SUCCESS);
+    EXPECT_TRUE(VICTORY::updateConfigItemInVclXml(document, "X", "updatePeriod", "4294967295"));
+    EXPECT_FALSE(VICTORY::updateConfigItemInVclXml(document, "Z", "updatePeriod", "2"));
+    EXPECT_FALSE(VICTORY::updateConfigItemInVclXml(document, "X", "missing", "2"));
+    tinyxml2::XMLPrinter printer(nullptr, true);
+    document.Print(&printer);
+    EXPECT_STREQ(printer.CStr(),
+                 R"(<vcl:VCL><a><b type="X"><i name="other" value="9"/><c><i name="updatePeriod" )"
+                 R"(value="4294967295"/></c></b></a><d type="Y"><i name="updatePeriod" value="1"/>)"
+                 R"(</d></vcl:VCL>)");
+
+    tinyxml2::XMLDocument other;
+    other.Parse(R"(<VCL type="X" name="updatePeriod"/>)");
+    EXPECT_FALSE(VICTORY::updateConfigItemInVclXml(other, "X", "updatePeriod", "2"));
+    EXPECT_EQ(VICTORY::FindElementWithAttribute(nullptr, "type", "X"), nullptr);
+}
+
+TEST_F(VictoryBringUp, StateTransitionsAreRefusedOutOfTurn) {
+    using Requested = FACE::LCM::Halcyrine::RequestedState;
+    using FACE::RETURN_CODE_TYPE;
+    EXPECT_EQ(transition(Requested::STOP), RETURN_CODE_TYPE::NOT_AVAILABLE);
+    EXPECT_EQ(transition(Requested::START), RETURN_CODE_TYPE::NO_ERROR);
+    EXPECT_EQ(transition(Requested::START), RETURN_CODE_TYPE::NOT_AVAILABLE);
+    VGpsReceiverServer::ReportedState state{};
+    ReturnCode rc = RETURN_CODE_TYPE::NO_ACTION;
+    server.Query_State(state, rc);
+    EXPECT_EQ(state, FACE::LCM::Halcyrine::ReportedState::RUNNING);
+    EXPECT_EQ(transition(Requested::STOP), RETURN_CODE_TYPE::NO_ERROR);
+    server.Initialize(rc);
+    EXPECT_EQ(rc, RETURN_CODE_TYPE::NO_ACTION);
+}
+
+}  // namespace
