@@ -1,21 +1,11 @@
 #include "tss/HC_TSS.h"
 
-#include <fastdds/rtps/transport/TCPv4TransportDescriptor.h>
-#include <fastdds/rtps/transport/UDPv4TransportDescriptor.h>
-#include <fastdds/rtps/transport/shared_mem/SharedMemTransportDescriptor.h>
 #include <fastrtps/Domain.h>
-#include <fastrtps/attributes/ParticipantAttributes.h>
 #include <fastrtps/attributes/PublisherAttributes.h>
 #include <fastrtps/attributes/SubscriberAttributes.h>
-#include <fastrtps/utils/IPLocator.h>
 
-#include <algorithm>
-#include <array>
 #include <exception>
-#include <limits>
-#include <sstream>
 #include <stdexcept>
-#include <string_view>
 #include <utility>
 
 #include "face/HC_Config_Helpers.h"
@@ -26,16 +16,15 @@ namespace FACE::TSS {
 
 namespace {
 
-using eprosima::fastrtps::ParticipantAttributes;
 using eprosima::fastrtps::PublisherAttributes;
 using eprosima::fastrtps::SubscriberAttributes;
 
 constexpr const char* DOMAIN_CONTAINER = "FastRtps";
 
-/** The last domain whose ports lie below 65536; for a higher one the library ends the process. */
-constexpr unsigned long long MAX_DOMAIN_ID = 232;
-
-constexpr std::int32_t LEASE_SECONDS = 5;
+/** What a history may hold [samples]. The library makes room for all of them at once, so that an
+ *  absurd depth would cost the machine its memory.
+ */
+constexpr std::int32_t MAX_HISTORY_DEPTH = 65536;
 
 constexpr std::uint32_t NO_CONNECTION = 0xFFFFFFFFU;
 
@@ -56,107 +45,18 @@ private:
     const int m_handle;
 };
 
-/** Where a TCP transport connects to, or is reached. */
-struct Tcp_Endpoint {
-    const std::string& address;
-    std::uint16_t port;
-};
-
-void addSharedMemory(const Tcp_Endpoint& /*endpoint*/, ParticipantAttributes& attributes) {
-    attributes.rtps.userTransports.push_back(
-        std::make_shared<eprosima::fastdds::rtps::SharedMemTransportDescriptor>());
-}
-
-void addUdp(const Tcp_Endpoint& /*endpoint*/, ParticipantAttributes& attributes) {
-    auto transport = std::make_shared<eprosima::fastdds::rtps::UDPv4TransportDescriptor>();
-    transport->non_blocking_send = true;
-    transport->interfaceWhiteList = {"127.0.0.1"};
-    attributes.rtps.userTransports.push_back(std::move(transport));
-}
-
-void addTcpClient(const Tcp_Endpoint& endpoint, ParticipantAttributes& attributes) {
-    using eprosima::fastrtps::rtps::IPLocator;
-    eprosima::fastrtps::rtps::Locator_t peer;
-    peer.kind = LOCATOR_KIND_TCPv4;
-    peer.port = endpoint.port;
-    IPLocator::setIPv4(peer, endpoint.address);
-    attributes.rtps.builtin.initialPeersList.push_back(peer);
-    attributes.rtps.userTransports.push_back(
-        std::make_shared<eprosima::fastdds::rtps::TCPv4TransportDescriptor>());
-}
-
-/** All zero, which stands for no address to be reached at from outside, unless `text` is four
- *  numbers of a byte each.
- */
-std::array<std::uint8_t, 4> parseAddress(const std::string& text) {
-    std::istringstream in(text);
-    std::array<int, 4> parts{};
-    char separator = 0;
-    in >> parts[0] >> separator >> parts[1] >> separator >> parts[2] >> separator >> parts[3];
-    const bool whole =
-        in && std::ranges::all_of(parts, [](int part) { return part >= 0 && part <= 0xFF; });
-    std::array<std::uint8_t, 4> bytes{};
-    if (whole) {
-        std::ranges::transform(parts, bytes.begin(),
-                               [](int part) { return static_cast<std::uint8_t>(part); });
+/** Says on the console what is wrong. */
+template <typename Attributes>
+bool isAcceptable(const Attributes& attributes) {
+    const std::int32_t depth = attributes.topic.historyQos.depth;
+    if (depth > MAX_HISTORY_DEPTH) {
+        utilities::printErrorLine("HistoryDepth ", depth, " is above ", MAX_HISTORY_DEPTH);
+        return false;
     }
-    return bytes;
-}
-
-void addTcpServer(const Tcp_Endpoint& endpoint, ParticipantAttributes& attributes) {
-    auto transport = std::make_shared<eprosima::fastdds::rtps::TCPv4TransportDescriptor>();
-    std::ranges::copy(parseAddress(endpoint.address), transport->wan_addr);
-    transport->add_listener_port(endpoint.port);
-    attributes.rtps.userTransports.push_back(std::move(transport));
-}
-
-struct Transport_Choice {
-    std::string_view name;
-    void (*add)(const Tcp_Endpoint& endpoint, ParticipantAttributes& attributes);
-};
-
-constexpr std::array transportChoices{
-    Transport_Choice{"SHM", addSharedMemory},
-    Transport_Choice{"UDP", addUdp},
-    Transport_Choice{"TCP_Client", addTcpClient},
-    Transport_Choice{"TCP_Server", addTcpServer},
-};
-
-/** Nothing for a name that none of them has. */
-void addTransport(const std::string& name, const Tcp_Endpoint& endpoint,
-                  ParticipantAttributes& attributes) {
-    for (const Transport_Choice& choice : transportChoices) {
-        if (choice.name == name) {
-            choice.add(endpoint, attributes);
-        }
-    }
-}
-
-/** A number with a sign, kept at the nearest one that 32 bits hold. */
-std::int32_t toSigned(unsigned long long value) {
-    using Limits = std::numeric_limits<std::int32_t>;
-    return static_cast<std::int32_t>(
-        std::clamp<long long>(static_cast<long long>(value), Limits::min(), Limits::max()));
-}
-
-void getText(Configuration& config, int handle, const char* parameter, std::string& value,
-             RETURN_CODE_TYPE::Value& rc) {
-    String text;
-    HC_Config_Helpers::Get_String_Parameter(config, handle, parameter, text, rc);
-    value = text.view();
+    return attributes.topic.checkQos() && attributes.qos.checkQos();
 }
 
 }  // namespace
-
-struct HC_TSS::Domain {
-    unsigned long long id = 0;
-    unsigned long long historyDepth = 0;
-    bool useBestEffort = false;
-    bool backFillHistory = false;
-    std::string transport;
-    std::string tcpAddress;
-    unsigned long long tcpPort = 0;
-};
 
 void HC_TSS::Connection_t::setPublisher(Publisher_Listener listener, Publisher* made) {
     publisher = made;
@@ -205,9 +105,10 @@ void HC_TSS::Initialize(const String& file, RETURN_CODE_TYPE::Value& rc) {
     const Open_Handle open(*m_configuration, handle);
     rc = RETURN_CODE_TYPE::NO_ERROR;
     try {
-        const Domain domain = readDomain(handle, rc);
+        const Domain_Settings settings = readDomainSettings(*m_configuration, handle, rc);
         if (rc == RETURN_CODE_TYPE::NO_ERROR) {
-            createParticipant(domain);
+            m_settings = settings;
+            createParticipant();
         }
     } catch (const std::exception& failure) {
         utilities::printErrorLine(failure.what());
@@ -230,36 +131,9 @@ bool HC_TSS::openDomain(const String& file, int& handle) {
     return true;
 }
 
-/** Reads all of them, so that each missing one is named on the console. */
-HC_TSS::Domain HC_TSS::readDomain(int handle, RETURN_CODE_TYPE::Value& rc) {
-    using namespace HC_Config_Helpers;
-    Configuration& config = *m_configuration;
-    Domain domain;
-    Details::Get_Unsigned_Parameter(config, handle, "DomainId", domain.id, rc);
-    Details::Get_Unsigned_Parameter(config, handle, "HistoryDepth", domain.historyDepth, rc);
-    Get_Boolean_Parameter(config, handle, "UseBestEffort", domain.useBestEffort, rc);
-    Get_Boolean_Parameter(config, handle, "BackFillHistory", domain.backFillHistory, rc);
-    getText(config, handle, "UseTransport", domain.transport, rc);
-    getText(config, handle, "TcpAddress", domain.tcpAddress, rc);
-    Details::Get_Unsigned_Parameter(config, handle, "TcpPort", domain.tcpPort, rc);
-    return domain;
-}
-
-void HC_TSS::createParticipant(const Domain& domain) {
-    m_historyDepth = toSigned(domain.historyDepth);
-    m_useBestEffort = domain.useBestEffort;
-    m_backFillHistory = domain.backFillHistory;
-    m_transport = domain.transport;
-    m_tcpAddress = domain.tcpAddress;
-    m_tcpPort = static_cast<std::uint16_t>(domain.tcpPort);
-    if (domain.id <= MAX_DOMAIN_ID) {
-        ParticipantAttributes attributes;
-        attributes.domainId = static_cast<std::uint32_t>(domain.id);
-        attributes.rtps.setName(m_name.c_str());
-        attributes.rtps.builtin.discovery_config.leaseDuration = {LEASE_SECONDS, 0};
-        attributes.rtps.useBuiltinTransports = false;
-        addTransport(m_transport, {m_tcpAddress, m_tcpPort}, attributes);
-        m_participant = eprosima::fastrtps::Domain::createParticipant(attributes, nullptr);
+void HC_TSS::createParticipant() {
+    if (const auto attributes = participantAttributes(m_name, m_settings)) {
+        m_participant = eprosima::fastrtps::Domain::createParticipant(*attributes, nullptr);
     }
     if (m_participant == nullptr) {
         throw std::runtime_error("Error creating participant " + m_name);
@@ -302,12 +176,14 @@ void HC_TSS::Create_Connection(const String& name, long long /*timeout*/, long l
 
 HC_TSS::Connection_t HC_TSS::readConnection(const String& name, int handle,
                                             RETURN_CODE_TYPE::Value& rc) {
+    String topicType;
+    String pubSubType;
+    HC_Config_Helpers::Get_String_Parameter(*m_configuration, handle, "TopicType", topicType, rc);
+    HC_Config_Helpers::Get_String_Parameter(*m_configuration, handle, "PubSubType", pubSubType, rc);
     Connection_t made;
     made.topicName = name.view();
-    getText(*m_configuration, handle, "TopicType", made.topicType, rc);
-    std::string pubSubType;
-    getText(*m_configuration, handle, "PubSubType", pubSubType, rc);
-    made.typeSupport = Topics::GetPubSubType(pubSubType);
+    made.topicType = topicType.view();
+    made.typeSupport = Topics::GetPubSubType(std::string(pubSubType.view()));
     return made;
 }
 
@@ -423,12 +299,12 @@ void HC_TSS::describe(Attributes& attributes, const Connection_t& connection) co
     topic.topicDataType = connection.topicType;
     topic.topicKind = eprosima::fastrtps::rtps::NO_KEY;
     topic.historyQos.kind = eprosima::fastrtps::KEEP_LAST_HISTORY_QOS;
-    topic.historyQos.depth = m_historyDepth;
-    topic.resourceLimitsQos.max_samples = m_historyDepth;
+    topic.historyQos.depth = m_settings.historyDepth;
+    topic.resourceLimitsQos.max_samples = m_settings.historyDepth;
     topic.resourceLimitsQos.max_instances = 1;
-    topic.resourceLimitsQos.max_samples_per_instance = m_historyDepth;
-    topic.resourceLimitsQos.allocated_samples = m_historyDepth;
-    attributes.qos.m_reliability.kind = m_useBestEffort
+    topic.resourceLimitsQos.max_samples_per_instance = m_settings.historyDepth;
+    topic.resourceLimitsQos.allocated_samples = m_settings.historyDepth;
+    attributes.qos.m_reliability.kind = m_settings.useBestEffort
                                             ? eprosima::fastrtps::BEST_EFFORT_RELIABILITY_QOS
                                             : eprosima::fastrtps::RELIABLE_RELIABILITY_QOS;
     attributes.historyMemoryPolicy =
@@ -440,7 +316,7 @@ void HC_TSS::registerPublisher(Connection_t& connection) {
     PublisherAttributes attributes;
     describe(attributes, connection);
     attributes.qos.m_durability.kind = eprosima::fastrtps::TRANSIENT_LOCAL_DURABILITY_QOS;
-    if (!attributes.topic.checkQos() || !attributes.qos.checkQos()) {
+    if (!isAcceptable(attributes)) {
         throw std::runtime_error("Participant " + m_name + " invalid publisher QOS for topic: " +
                                  connection.topicName + "; see error log");
     }
@@ -457,10 +333,10 @@ void HC_TSS::registerPublisher(Connection_t& connection) {
 void HC_TSS::registerSubscriber(Connection_t& connection, Subscriber_Listener listener) {
     SubscriberAttributes attributes;
     describe(attributes, connection);
-    attributes.qos.m_durability.kind = m_backFillHistory
+    attributes.qos.m_durability.kind = m_settings.backFillHistory
                                            ? eprosima::fastrtps::TRANSIENT_LOCAL_DURABILITY_QOS
                                            : eprosima::fastrtps::VOLATILE_DURABILITY_QOS;
-    if (!attributes.topic.checkQos() || !attributes.qos.checkQos()) {
+    if (!isAcceptable(attributes)) {
         throw std::runtime_error("Participant " + m_name + " invalid subscriber QOS for topic: " +
                                  connection.topicName + "; see error log");
     }

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "face/FACE_Common.h"
+#include "tss/Domain_Settings.h"
 #include "tss/Gate.h"
 #include "tss/HC_TSS_Listeners.h"
 #include "utilities/Mutex.h"
@@ -26,9 +27,9 @@ namespace FACE::TSS {
  *  under way have ended, so the caller holds no lock that one of those takes. The object isn't
  *  destroyed from within a callback.
  *
- *  Domain parameters, in the container "FastRtps": "DomainId" (0 to 232), "HistoryDepth" [samples],
- *  "UseBestEffort", "BackFillHistory", "UseTransport" (SHM, UDP, TCP_Client or TCP_Server),
- *  "TcpAddress" (dotted IPv4), "TcpPort". All have to be there, whatever the transport.
+ *  Domain parameters, in the container "FastRtps": "DomainId" (0 to 232), "HistoryDepth" [samples,
+ *  1 to 65536], "UseBestEffort", "BackFillHistory", "UseTransport" (SHM, UDP, TCP_Client or
+ * TCP_Server), "TcpAddress" (dotted IPv4), "TcpPort". All have to be there, whatever the transport.
  *  A connection's: "TopicType", "PubSubType".
  */
 class HC_TSS : public Base, public Configuration_Injectable::Injectable {
@@ -132,11 +133,8 @@ public:
     void registerSubscriber(Connection_t& connection, Subscriber_Listener listener);
 
 private:
-    struct Domain;
-
     bool openDomain(const String& file, int& handle);
-    Domain readDomain(int handle, RETURN_CODE_TYPE::Value& rc);
-    void createParticipant(const Domain& domain);
+    void createParticipant();
     Connection_t readConnection(const String& name, int handle, RETURN_CODE_TYPE::Value& rc);
     long long findConnection(const String& name) EXCLUDES(m_mutex);
     long long addConnection(Connection_t connection) EXCLUDES(m_mutex);
@@ -152,12 +150,7 @@ private:
     std::shared_ptr<Configuration> m_configuration;
     const std::string m_name;
     eprosima::fastrtps::Participant* m_participant = nullptr;
-    std::int32_t m_historyDepth = 0;
-    bool m_useBestEffort = false;
-    bool m_backFillHistory = false;
-    std::string m_transport;
-    std::string m_tcpAddress;
-    std::uint16_t m_tcpPort = 0;
+    Domain_Settings m_settings;
 
     utilities::Mutex m_mutex;
     /** By id, which is the map's size at the insertion. */
