@@ -1,5 +1,5 @@
 /** What the messages cost on the wire, against a floor: the same structures written and read field
- * by field, one call on the Cdr for each, as an IDL compiler would generate it.
+ *  by field, one call on the Cdr for each, as an IDL compiler would generate it.
  *
  *      bench_cdr            prints a table: what, ours [ns], floor [ns], ratio, limit
  *      bench_cdr --check    the same, and exits with 1 when a line is above its limit

@@ -2,9 +2,9 @@
  *
  *  Plain CDR: fields lie in the order of the type's list, each aligned to its own size counted from
  *  the first byte behind the encapsulation header, with zero bytes in the gaps. An enumeration is
- * an unsigned 32-bit value; a bool is one byte, 0 or 1. A string is a 32-bit length that counts its
- *  NUL, the characters, the NUL. A sequence is a 32-bit count and its elements, a fixed array only
- *  its elements. A structure adds no bytes of its own.
+ *  an unsigned 32-bit value; a bool is one byte, 0 or 1. A string is a 32-bit length that counts
+ *  its NUL, the characters, the NUL. A sequence is a 32-bit count and its elements, a fixed array
+ *  only its elements. A structure adds no bytes of its own.
  *
  *  `Rule<T>` holds what follows for one type, as functions of a position:
  *      alignment   the largest alignment anywhere inside T
@@ -20,7 +20,7 @@
  *  `base` stands for a position whose alignment is 8.
  *
  *  `write` and `read` join a structure to a Cdr. All fixed fields at the head of a message, for
- * most of them the whole message, cross in one call on the Cdr instead of one for each field.
+ *  most of them the whole message, cross in one call on the Cdr instead of one for each field.
  */
 #pragma once
 
@@ -471,7 +471,7 @@ public:
  *
  *  A Cdr tells nobody from where it counts alignment, so a run can't just be copied to where the
  * Cdr stands. When the first primitive has the largest alignment, as in every message, it crosses
- * by itself: the Cdr aligns it, and all that follows lies at constant distances behind it.
+ *  by itself: the Cdr aligns it, and all that follows lies at constant distances behind it.
  */
 template <Structure T>
 class Head {

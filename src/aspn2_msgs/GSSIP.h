@@ -14,7 +14,7 @@
 namespace aspn2_msgs::idl {
 
 /** One frame to or from the GPS receiver. `num_bytes` is the length of `data`; readers that step
- * from one record to the next rely on it.
+ *  from one record to the next rely on it.
  */
 ASPN2_DECLARE_STRUCTURE(GSSIP)
 

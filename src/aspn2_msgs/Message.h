@@ -12,12 +12,13 @@
  *
  *  Field types: bool, integers, float, double, enumerations on std::uint32_t, std::string, other
  *  structures, std::array of any of these but strings (of arrays too), std::vector of any but bool.
- *  A type that bears the name of a field of the same list is written with its namespaces: inside
- *  the class, the field's accessors hide it.
+ *  A structure with a string or sequence has more than 8 bytes of other fields in front of it, as
+ *  the header of a message is. A type that bears the name of a field of the same list is written
+ *  with its namespaces: inside the class, the field's accessors hide it.
  *
  *  What follows from the list: a value class whose default constructor zeroes it, that copies,
- * moves and compares; for each field a const getter, a getter that returns a reference, and
- * setters, all of the field's name; and the operations of its CDR form:
+ *  moves and compares; for each field a const getter, a getter that returns a reference, and
+ *  setters, all of the field's name; and the operations of its CDR form:
  *
  *      getMaxCdrSerializedSize(at)   bytes that the largest value takes from position `at` on, with
  *                                    strings of 255 characters and sequences of 100 elements

@@ -14,7 +14,7 @@ namespace aspn2_msgs {
 /** Every `TPubSubType` derives from this. It keeps no state between calls, so one object serves any
  *  number of threads and messages; making one costs an allocation, for the type's name. Neither
  *  `serialize` nor `deserialize` allocates, unless a string or sequence read in outgrows the
- * capacity that `data` has.
+ *  capacity that `data` has.
  */
 template <cdr::Structure T>
 class PubSubType : public eprosima::fastdds::dds::TopicDataType {

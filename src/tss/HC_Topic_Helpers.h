@@ -8,7 +8,7 @@
 namespace FACE::TSS::Topics {
 
 /** A new type support for `name`, such as "GSSIPPubSubType"; null for an unknown name. The whole
- * name counts, capitals too. Safe from any thread.
+ *  name counts, capitals too. Safe from any thread.
  */
 std::unique_ptr<eprosima::fastdds::dds::TopicDataType> GetPubSubType(std::string const& name);
 

@@ -1,0 +1,63 @@
+/** A message with every kind of field that a list may name, in an order that needs padding at each
+ *  turn. What the mechanism does for it, it does for any message.
+ */
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "aspn2_msgs/Message.h"
+#include "aspn2_msgs/PubSubType.h"
+#include "aspn2_msgs/header.h"
+
+#define ASPN2_FIELDS_flags(FIELD) \
+    FIELD(id, std::int32_t)       \
+    FIELD(up, bool)               \
+    FIELD(warned, bool)
+
+// Its first field is smaller than its largest, so its layout depends on where it begins.
+#define ASPN2_FIELDS_reading(FIELD) \
+    FIELD(channel, std::uint8_t)    \
+    FIELD(value, double)
+
+#define ASPN2_FIELDS_remark(FIELD) \
+    FIELD(time, std::int64_t)      \
+    FIELD(level, std::int16_t)     \
+    FIELD(text, std::string)
+
+#define ASPN2_FIELDS_Everything(FIELD)                  \
+    FIELD(header, test_idl::aspn2_header)               \
+    FIELD(enabled, bool)                                \
+    FIELD(code, std::uint8_t)                           \
+    FIELD(count, std::int64_t)                          \
+    FIELD(kind, kind_enum)                              \
+    FIELD(ratio, float)                                 \
+    FIELD(nested, flags)                                \
+    FIELD(matrix, std::array<std::array<double, 2>, 2>) \
+    FIELD(both, std::array<reading, 2>)                 \
+    FIELD(switches, std::array<bool, 3>)                \
+    FIELD(many, std::vector<flags>)                     \
+    FIELD(readings, std::vector<reading>)               \
+    FIELD(values, std::vector<double>)                  \
+    FIELD(kinds, std::vector<kind_enum>)                \
+    FIELD(remarks, std::vector<remark>)                 \
+    FIELD(label, std::string)                           \
+    FIELD(last, std::int64_t)
+
+namespace test_idl {
+
+using aspn2_header = aspn2_msgs::idl::header;
+
+enum kind_enum : std::uint32_t { kind_none, kind_some, kind_all };
+
+ASPN2_DECLARE_STRUCTURE(flags)
+ASPN2_DECLARE_STRUCTURE(reading)
+ASPN2_DECLARE_STRUCTURE(remark)
+ASPN2_DECLARE_STRUCTURE(Everything)
+
+ASPN2_DECLARE_PUBSUBTYPE(Everything)
+ASPN2_DECLARE_PUBSUBTYPE(reading)
+
+}  // namespace test_idl
