@@ -1,0 +1,175 @@
+#include "ASPN/FaultHysteresis.h"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "ASPN/HealthReporter.h"
+#include "Seed.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+using Clock = FaultHysteresis::Clock;
+using Keys = std::deque<std::string>;
+
+Clock::time_point handTime;
+
+Clock::time_point byHand() {
+    return handTime;
+}
+
+EventTypes::eEventType typeOf(int number) {
+    return static_cast<EventTypes::eEventType>(number);
+}
+
+/** Passes an event through, and expects its type to stay. */
+std::string check(FaultHysteresis& hysteresis, int number, const std::string& file, int line,
+                  const std::string& text) {
+    EventTypes::eEventType type = typeOf(number);
+    std::string result = hysteresis.Check(type, file, line, text);
+    EXPECT_EQ(type, number);
+    return result;
+}
+
+TEST(FaultHysteresis, StampsFaultsAndRecordsWarnings) {
+    struct Case {
+        int type;
+        std::string file;
+        int line;
+        std::string result;
+        Keys keys;
+    };
+    for (const Case& c : {Case{3, "/a/b/x", 42, "x[42]:t", {"/a/b/x42"}},
+                          {3, "c:\\d\\x", 1, "x[1]:t", {"c:\\d\\x1"}},
+                          {3, "x", -1, "x[-1]:t", {"x-1"}},
+                          {3, "", 0, "[0]:t", {"0"}},
+                          {4, "/a/b/x", 42, "x[42]:t", {}},
+                          {5, "/a/b/x", 42, "x[42]:t", {}},
+                          {2, "/a/b/x", 42, "t", {}},
+                          {0, "/a/b/x", 42, "t", {}},
+                          {6, "/a/b/x", 42, "t", {}},
+                          {-1, "/a/b/x", 42, "t", {}}}) {
+        FaultHysteresis hysteresis;
+        EXPECT_EQ(check(hysteresis, c.type, c.file, c.line, "t"), "t") << "before its settings";
+        EXPECT_EQ(hysteresis.historyKeys(), Keys{});
+        ASSERT_TRUE(hysteresis.OkInitFaultHysteresis(180, 16, 2000));
+        EXPECT_EQ(check(hysteresis, c.type, c.file, c.line, "t"), c.result) << c.file;
+        EXPECT_EQ(hysteresis.historyKeys(), c.keys) << c.file;
+    }
+}
+
+TEST(FaultHysteresis, SettingsAreRefusedWhenNegative_InertWhenZero) {
+    FaultHysteresis hysteresis;
+    ASSERT_TRUE(hysteresis.OkInitFaultHysteresis(180, 16, 1));
+    check(hysteresis, 3, "x", 1, "t");
+    for (const auto& [age, threshold, size] :
+         {std::tuple{-1, 16, 2000}, {180, -1, 2000}, {180, 16, -1}}) {
+        EXPECT_FALSE(hysteresis.OkInitFaultHysteresis(age, threshold, size));
+        check(hysteresis, 3, "x", 2, "t");
+        EXPECT_EQ(hysteresis.historyKeys(), Keys{"x2"});  // still one entry at most
+    }
+    for (const auto& [threshold, size] : {std::pair{0, 2000}, {16, 0}}) {
+        EXPECT_TRUE(hysteresis.OkInitFaultHysteresis(180, threshold, size));
+        EXPECT_EQ(check(hysteresis, 3, "x", 3, "t"), "t");
+        EXPECT_EQ(hysteresis.historyKeys(), Keys{});
+    }
+}
+
+TEST(FaultHysteresis, AgeLimitIsMetToTheMillisecond) {
+    FaultHysteresis hysteresis(byHand);
+    hysteresis.OkInitFaultHysteresis(180, 16, 2000);
+    check(hysteresis, 3, "old", 1, "t");
+    handTime += 180s - 1ns;
+    check(hysteresis, 3, "young", 1, "t");
+    EXPECT_EQ(hysteresis.historyKeys(), (Keys{"old1", "young1"}));
+    handTime += 1ns;
+    check(hysteresis, 3, "new", 1, "t");
+    EXPECT_EQ(hysteresis.historyKeys(), (Keys{"young1", "new1"}));
+}
+
+TEST(FaultHysteresis, AnyOrderOfCallsAgreesWithTheModel) {
+    std::mt19937 random(testSeed());
+    const auto below = [&random](int end) {
+        return static_cast<int>(random() % static_cast<unsigned>(end));
+    };
+    FaultHysteresis hysteresis(byHand);
+    int age = 0;
+    int threshold = 0;
+    int size = 0;
+    std::vector<std::pair<std::string, Clock::time_point>> model;
+    for (int step = 0; step < 20000; ++step) {
+        handTime += std::chrono::milliseconds(below(400));
+        if (below(200) == 0) {
+            const int settings[] = {below(5) - 1, below(4) - 1, below(8) - 1};
+            const bool valid = settings[0] >= 0 && settings[1] >= 0 && settings[2] >= 0;
+            ASSERT_EQ(hysteresis.OkInitFaultHysteresis(settings[0], settings[1], settings[2]),
+                      valid);
+            if (valid) {
+                age = settings[0];
+                threshold = settings[1];
+                size = settings[2];
+                model.clear();
+            }
+        }
+        const int type = below(8) - 1;
+        const int line = below(3);
+        const bool active = threshold > 0 && size > 0;
+        const bool stamped = active && type >= 3 && type <= 5;
+        ASSERT_EQ(check(hysteresis, type, "/d/f.cpp", line, "t"),
+                  stamped ? "f.cpp[" + std::to_string(line) + "]:t" : "t");
+        if (active && type == 3) {
+            std::erase_if(model, [age](const auto& entry) {
+                return age > 0 && handTime - entry.second >= std::chrono::seconds(age);
+            });
+            model.emplace_back("/d/f.cpp" + std::to_string(line), handTime);
+            if (model.size() > static_cast<std::size_t>(size)) {
+                model.erase(model.begin());
+            }
+        }
+        Keys keys;
+        for (const auto& entry : model) {
+            keys.push_back(entry.first);
+        }
+        ASSERT_EQ(hysteresis.historyKeys(), keys) << "step " << step;
+    }
+}
+
+TEST(HealthReporter, StormOfEventsNeverWaits_AndItsHistoryIsBounded) {
+    auto& reporter = HealthReporter::Instance();
+    auto& hysteresis = FaultHysteresis::Instance();
+    ASSERT_TRUE(hysteresis.OkInitFaultHysteresis(180, 16, 20));
+    std::vector<std::thread> threads;
+    threads.reserve(4);
+    for (int t = 0; t < 4; ++t) {
+        EXPECT_TRUE(hysteresis.OkInitFaultHysteresis(180, 16, 20));
+        threads.emplace_back([&reporter, t] {
+            for (int i = 0; i < 1000; ++i) {
+                reporter.SendEvent("storm", t, HealthReporter::EVENT_WARNING, "text");
+                reporter.SendEvent("storm", t, typeOf(i - 500), "text");
+            }
+            reporter.SendEvent(nullptr, 7, HealthReporter::EVENT_WARNING, "text");
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    const Keys keys = hysteresis.historyKeys();
+    EXPECT_EQ(keys.size(), 20U);
+    EXPECT_EQ(keys.back(), "7");
+    EXPECT_TRUE(hysteresis.OkInitFaultHysteresis(0, 0, 0));
+}
+
+TEST(HealthReporter, ConfigurationEventsAreKnownByTheirText) {
+    auto& reporter = HealthReporter::Instance();
+    const auto id = reporter.SendConfigEvent("version 1");
+    EXPECT_EQ(reporter.SendConfigEvent("version 1"), id);
+    const auto replaced = reporter.ReplaceConfigEvent("version 2", id);
+    EXPECT_NE(replaced, id);
+    EXPECT_EQ(reporter.ReplaceConfigEvent("version 1", replaced), id);
+}
+
+}  // namespace
