@@ -30,7 +30,7 @@ namespace FACE {
 class HC_Config : public Configuration {
 public:
     /** A larger file is refused unread [bytes]. */
-    static constexpr std::uintmax_t MAX_FILE_SIZE = 16U * 1024U * 1024U;
+    static constexpr std::uintmax_t MAX_FILE_SIZE = 1U << 24U;
 
     HC_Config();
     ~HC_Config() override;

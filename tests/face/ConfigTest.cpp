@@ -7,12 +7,14 @@
 
 #include "face/FaceFixture.h"
 #include "face/HC_Config_Helpers.h"
+#include "utilities/Console.h"
 
 namespace {
 
 using FACE::HC_Config;
 using face_test::Console;
 using face_test::RC;
+namespace helpers = FACE::HC_Config_Helpers;
 using Whence = HC_Config::WHENCE_TYPE;
 
 class Config : public face_test::ConfigFixture {
@@ -241,14 +243,13 @@ TEST_F(Helpers, ReadNumbersAndTruthValues) {
         {"yes", 0, false},    {"2x", 2, true},   {"99999999999999999999", ULLONG_MAX, true}};
     for (const auto& row : table) {
         RC::Value rc = RC::NO_ACTION;
-        FACE::HC_Config_Helpers::Set_String_Parameter(m_config, m_handle, "Port", row.text, rc);
+        helpers::Set_String_Parameter(m_config, m_handle, "Port", row.text, rc);
         unsigned long long number = 99;
         bool truth = !row.truth;
         FACE::String text;
-        FACE::HC_Config_Helpers::Details::Get_Unsigned_Parameter(m_config, m_handle, "Port", number,
-                                                                 rc);
-        FACE::HC_Config_Helpers::Get_Boolean_Parameter(m_config, m_handle, "Port", truth, rc);
-        FACE::HC_Config_Helpers::Get_String_Parameter(m_config, m_handle, "Port", text, rc);
+        helpers::Details::Get_Unsigned_Parameter(m_config, m_handle, "Port", number, rc);
+        helpers::Get_Boolean_Parameter(m_config, m_handle, "Port", truth, rc);
+        helpers::Get_String_Parameter(m_config, m_handle, "Port", text, rc);
         EXPECT_EQ(number, row.number) << row.text;
         EXPECT_EQ(truth, row.truth) << row.text;
         EXPECT_EQ(text.view(), row.text);
@@ -266,12 +267,11 @@ TEST_F(Helpers, AbsentAndEmptyLookAlikeAndLeaveTheValue) {
         unsigned long long number = 99;
         std::array<RC::Value, 5> rc{};
         const char* key = name.c_str();
-        FACE::HC_Config_Helpers::Get_String_Parameter(m_config, m_handle, key, text, rc[0]);
-        FACE::HC_Config_Helpers::Get_Boolean_Parameter(m_config, m_handle, key, truth, rc[1]);
-        FACE::HC_Config_Helpers::Details::Get_Unsigned_Parameter(m_config, m_handle, key, number,
-                                                                 rc[2]);
-        FACE::HC_Config_Helpers::Set_String_Parameter(m_config, m_handle, key, "new", rc[3]);
-        FACE::HC_Config_Helpers::Set_Boolean_Parameter(m_config, m_handle, key, true, rc[4]);
+        helpers::Get_String_Parameter(m_config, m_handle, key, text, rc[0]);
+        helpers::Get_Boolean_Parameter(m_config, m_handle, key, truth, rc[1]);
+        helpers::Details::Get_Unsigned_Parameter(m_config, m_handle, key, number, rc[2]);
+        helpers::Set_String_Parameter(m_config, m_handle, key, "new", rc[3]);
+        helpers::Set_Boolean_Parameter(m_config, m_handle, key, true, rc[4]);
         for (const RC::Value code : rc) {
             EXPECT_EQ(code, RC::INVALID_CONFIG);
         }
@@ -279,14 +279,14 @@ TEST_F(Helpers, AbsentAndEmptyLookAlikeAndLeaveTheValue) {
         EXPECT_TRUE(truth);
         EXPECT_EQ(number, 99U);
         const std::string line = "WARNING - Parameter " + name + " not found\n";
-        EXPECT_EQ(console.text(), line + line + line);
+        EXPECT_EQ(console.text(), utilities::concat(line, line, line));
     }
 }
 
 TEST_F(Helpers, BooleanIsWrittenInCapitals) {
     for (const bool value : {true, false}) {
         RC::Value rc = RC::NO_ERROR;
-        FACE::HC_Config_Helpers::Set_Boolean_Parameter(m_config, m_handle, "Port", value, rc);
+        helpers::Set_Boolean_Parameter(m_config, m_handle, "Port", value, rc);
         EXPECT_EQ(rc, RC::NO_ERROR);
         EXPECT_EQ(read(m_config, m_handle, "Port"), value ? "TRUE" : "FALSE");
     }

@@ -1,3 +1,4 @@
+#include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 
@@ -131,6 +132,9 @@ TEST_F(ConfigWrite, WhatIsNoFileIsLeftAlone) {
     std::filesystem::remove(m_path);
     ASSERT_EQ(::mkfifo(m_path.c_str(), 0600), 0);
     EXPECT_EQ(write(m_config, m_handle, "Port", "7"), RC::NO_ACTION);
+    const int reader = ::open(m_path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    EXPECT_EQ(write(m_config, m_handle, "Port", "7"), RC::NO_ACTION);
+    ::close(reader);
     EXPECT_TRUE(std::filesystem::is_fifo(m_path));
     std::filesystem::remove(m_path);
     std::filesystem::create_directory(m_path);
