@@ -1,0 +1,407 @@
+#include "ioss_mcsq/HC_MCSQ.h"
+
+#include <sys/eventfd.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <exception>
+#include <limits>
+#include <utility>
+
+#include "utilities/Console.h"
+
+namespace FACE::IOSS {
+
+namespace {
+
+using utilities::MutexLock;
+
+enum Parameter : std::uint16_t { PORT = 0 };
+
+/** `length` for a call that takes an int; what doesn't fit is left for a short transfer to show. */
+int transferLength(std::uint32_t length, int most) {
+    return static_cast<int>(std::min(length, static_cast<std::uint32_t>(most)));
+}
+
+bool dataWaits(int descriptor) {
+    pollfd entry{descriptor, POLLIN, 0};
+    return ::poll(&entry, 1, 0) == 1 && (entry.revents & POLLIN) != 0;
+}
+
+void wakeUp(int wake) {
+    const std::uint64_t one = 1;
+    // A counter that can't be raised any more wakes the thread all the same.
+    [[maybe_unused]] const ssize_t written = ::write(wake, &one, sizeof(one));
+}
+
+void drain(int wake) {
+    std::uint64_t count = 0;
+    [[maybe_unused]] const ssize_t got = ::read(wake, &count, sizeof(count));
+}
+
+}  // namespace
+
+HC_MCSQ::Connection_t::Connection_t(std::string_view theName, std::uint16_t thePort)
+    : name(theName), port(thePort), path(utilities::concat("/dev/mcs", thePort)) {}
+
+HC_MCSQ::HC_MCSQ() : m_wake(::eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC)) {
+    m_descriptors.push_back({m_wake, POLLIN, 0});
+}
+
+HC_MCSQ::~HC_MCSQ() {
+    m_stop = true;
+    wakeUp(m_wake);
+    if (m_callbackThread.joinable()) {
+        m_callbackThread.join();
+    }
+    if (m_wake != -1) {
+        ::close(m_wake);
+    }
+}
+
+void HC_MCSQ::Set_Reference(const String& /*interface_name*/,
+                            const std::shared_ptr<Configuration>& reference, long long /*id*/,
+                            Return_Code& rc) {
+    m_configuration.Set_Reference(reference, rc);
+}
+
+void HC_MCSQ::Initialize(const String& file, Return_Code& rc) {
+    m_configuration.Initialize(file, rc);
+}
+
+void HC_MCSQ::Open_Connection(const String& name, long long /*timeout*/, long long& connection,
+                              Return_Code& rc) {
+    connection = -1;
+    try {
+        const long long index = findOrAppend(name);
+        if (index < 0) {
+            rc = RETURN_CODE_TYPE::INVALID_CONFIG;
+            return;
+        }
+        rc = RETURN_CODE_TYPE::NO_ACTION;
+        if (open(index)) {
+            connection = index;
+            rc = RETURN_CODE_TYPE::NO_ERROR;
+        }
+    } catch (const std::exception& error) {
+        rc = RETURN_CODE_TYPE::NO_ACTION;
+        utilities::printErrorLine(__LINE__, ": ", error.what());
+    }
+}
+
+void HC_MCSQ::Close_Connection(long long connection, Return_Code& rc) {
+    Ports closed;  // which closes the descriptors, once the lock is let go
+    const MutexLock lock(m_connectionsMutex);
+    if (Connection_t* const found = getConnection(connection, rc)) {
+        found->state = CLOSED;
+        found->isOpen = false;
+        std::swap(found->ports, closed);
+    }
+}
+
+void HC_MCSQ::Read(long long connection, long long /*timeout*/, MCSQ::Read_Payload& payload,
+                   Return_Code& rc) {
+    const Ports ports = portsOf(connection, rc);
+    if (!ports.reader) {
+        return;
+    }
+    const int room = transferLength(payload.data.length(), MAX_READ);
+    const ssize_t got = room < 1 ? 0 : ports.reader->readFromPort(payload.data.buffer(), room);
+    rc = RETURN_CODE_TYPE::NO_ACTION;
+    if (got > 0) {
+        payload.data.resize(static_cast<std::uint32_t>(got));
+        rc = RETURN_CODE_TYPE::NO_ERROR;
+    }
+}
+
+void HC_MCSQ::Write(long long connection, long long /*timeout*/,
+                    const Sequence<unsigned char>& payload, Return_Code& rc) {
+    const Ports ports = portsOf(connection, rc);
+    if (!ports.writer) {
+        return;
+    }
+    const int length = transferLength(payload.length(), std::numeric_limits<int>::max());
+    const ssize_t sent = length < 1 ? 0 : ports.writer->writeToPort(payload.buffer(), length);
+    rc = sent == static_cast<ssize_t>(payload.length()) ? RETURN_CODE_TYPE::NO_ERROR
+                                                        : RETURN_CODE_TYPE::NO_ACTION;
+}
+
+void HC_MCSQ::Configure_Connection_Parameters(long long connection, long long /*timeout*/,
+                                              const IO_PARAMETER_TRANSACTION_TYPE& /*parameters*/,
+                                              Return_Code& rc) {
+    lookUp(connection, RETURN_CODE_TYPE::NO_ACTION, rc);
+}
+
+void HC_MCSQ::Get_Connection_Configuration(long long connection, long long /*timeout*/,
+                                           IO_PARAMETER_TRANSACTION_TYPE& parameters,
+                                           Return_Code& rc) {
+    rc = RETURN_CODE_TYPE::INVALID_PARAM;
+    const MutexLock lock(m_connectionsMutex);
+    const Connection_t* const found = find(connection);
+    if (found == nullptr) {
+        return;
+    }
+    rc = RETURN_CODE_TYPE::NO_ERROR;
+    for (std::uint32_t i = 0; i < parameters.parameters.length(); ++i) {
+        IO_PARAMETER_TYPE& entry = parameters.parameters[i];
+        if (entry.id == PORT) {
+            entry.value.ushort_value(found->port);
+        } else {
+            rc = RETURN_CODE_TYPE::INVALID_PARAM;
+        }
+    }
+}
+
+void HC_MCSQ::Configure_Bus_Parameters(long long connection, long long /*timeout*/,
+                                       const IO_PARAMETER_TRANSACTION_TYPE& /*parameters*/,
+                                       Return_Code& rc) {
+    lookUp(connection, RETURN_CODE_TYPE::NO_ACTION, rc);
+}
+
+void HC_MCSQ::Get_Bus_Configuration(long long connection, long long /*timeout*/,
+                                    IO_PARAMETER_TRANSACTION_TYPE& /*parameters*/,
+                                    Return_Code& rc) {
+    lookUp(connection, RETURN_CODE_TYPE::NO_ACTION, rc);
+}
+
+void HC_MCSQ::Get_Connection_Status(long long connection, CONNECTION_STATUS_TYPE& status,
+                                    Return_Code& rc) {
+    const MutexLock lock(m_connectionsMutex);
+    if (const Connection_t* const found = getConnection(connection, rc)) {
+        status = {0, true, found->state};
+    }
+}
+
+void HC_MCSQ::Get_Bus_Status(long long connection, std::uint16_t& status, Return_Code& rc) {
+    status = 1;
+    Return_Code found = RETURN_CODE_TYPE::NO_ERROR;
+    lookUp(connection, RETURN_CODE_TYPE::NO_ERROR, found);
+    if (found == RETURN_CODE_TYPE::NO_ERROR) {
+        status = 0;
+        return;
+    }
+    rc = found;
+}
+
+void HC_MCSQ::Register_Notification_Event(long long connection, IO_Callback& callback,
+                                          Return_Code& rc) {
+    const int descriptor = setCallback(connection, callback, rc);
+    if (descriptor == -1) {
+        return;
+    }
+    callForPollMutex();
+    const MutexLock lock(m_pollMutex);
+    --m_callers;
+    try {
+        addDescriptor(descriptor);
+        startThread();
+    } catch (const std::exception& error) {
+        rc = RETURN_CODE_TYPE::NO_ACTION;
+        utilities::printErrorLine(__LINE__, ": ", error.what());
+    }
+}
+
+void HC_MCSQ::Unregister_Notification_Event(long long connection, Return_Code& rc) {
+    const Ports ports = portsOf(connection, rc);
+    if (!ports.reader) {
+        return;
+    }
+    const int descriptor = ports.reader->getFileDescriptor();
+    callForPollMutex();
+    const MutexLock lock(m_pollMutex);
+    --m_callers;
+    std::erase_if(m_descriptors, [&](const pollfd& entry) { return entry.fd == descriptor; });
+}
+
+int HC_MCSQ::setCallback(long long connection, IO_Callback& callback, Return_Code& rc) {
+    const MutexLock lock(m_connectionsMutex);
+    Connection_t* const found = getConnection(connection, rc);
+    if (found == nullptr) {
+        return -1;
+    }
+    found->callback = &callback;
+    return found->ports.reader->getFileDescriptor();
+}
+
+void HC_MCSQ::callForPollMutex() {
+    ++m_callers;
+    wakeUp(m_wake);
+}
+
+void HC_MCSQ::addDescriptor(int descriptor) {
+    const bool known = std::any_of(m_descriptors.begin(), m_descriptors.end(),
+                                   [&](const pollfd& entry) { return entry.fd == descriptor; });
+    if (!known) {
+        m_descriptors.push_back({descriptor, POLLIN, 0});
+    }
+}
+
+void HC_MCSQ::startThread() {
+    if (m_callbackThread.joinable()) {
+        return;
+    }
+    m_stop = false;
+    m_callbackThread = std::thread([this] { callbackThreadFunction(); });
+}
+
+void HC_MCSQ::callbackThreadFunction() {
+    Pass pass = Pass::Calm;
+    while (!m_stop && pass != Pass::Ended) {
+        // Mutexes aren't fair: without this the thread would take its own back at once.
+        while (m_callers > 0) {
+            std::this_thread::sleep_for(BATCH_PAUSE);
+        }
+        pass = pollOnce();
+        if (pass == Pass::Served) {
+            std::this_thread::sleep_for(BATCH_PAUSE);
+        } else if (pass == Pass::Broken) {
+            std::this_thread::sleep_for(POLL_PERIOD);
+        }
+    }
+    m_stop = true;
+}
+
+HC_MCSQ::Pass HC_MCSQ::pollOnce() {
+    const MutexLock lock(m_pollMutex);
+    if (m_descriptors.size() == 1) {
+        return Pass::Ended;
+    }
+    const int ready =
+        ::poll(m_descriptors.data(), m_descriptors.size(), static_cast<int>(POLL_PERIOD.count()));
+    if (ready <= 0) {
+        return ready == 0 || errno == EINTR ? Pass::Calm : Pass::Ended;
+    }
+    if (callBack()) {
+        return Pass::Served;
+    }
+    const bool called = m_descriptors.front().revents != 0;
+    if (called) {
+        drain(m_wake);
+    }
+    return called ? Pass::Calm : Pass::Broken;
+}
+
+bool HC_MCSQ::callBack() {
+    bool served = false;
+    for (std::size_t i = 1; i < m_descriptors.size(); ++i) {
+        const pollfd& entry = m_descriptors[i];
+        // Where two connections share a device, the callback before may have taken the data; a
+        // read would then wait for more.
+        const bool waits = (entry.revents & POLLIN) != 0 && (!served || dataWaits(entry.fd));
+        served = (waits && notify(entry.fd)) || served;
+    }
+    return served;
+}
+
+bool HC_MCSQ::notify(int descriptor) {
+    IO_Callback* callback = nullptr;
+    long long index = 0;
+    {
+        const MutexLock lock(m_connectionsMutex);
+        const auto found = std::find_if(
+            m_connections.begin(), m_connections.end(), [&](const Connection_t& connection) {
+                return connection.isOpen &&
+                       connection.ports.reader->getFileDescriptor() == descriptor;
+            });
+        if (found == m_connections.end() || found->callback == nullptr) {
+            return false;
+        }
+        callback = found->callback;
+        index = found - m_connections.begin();
+    }
+    try {
+        callback->Process_Notification_Event(index, NOTIFICATION_EVENT_TYPE::DATA_AVAILABLE);
+    } catch (const std::exception& error) {
+        utilities::printErrorLine(__LINE__, ": ", error.what());
+    } catch (...) {
+        utilities::printErrorLine(__LINE__, ": unknown exception");
+    }
+    return true;
+}
+
+HC_MCSQ::Connection_t* HC_MCSQ::find(long long connection) {
+    if (connection < 0 || static_cast<unsigned long long>(connection) >= m_connections.size()) {
+        return nullptr;
+    }
+    return &m_connections[static_cast<std::size_t>(connection)];
+}
+
+HC_MCSQ::Connection_t* HC_MCSQ::getConnection(long long connection, Return_Code& rc) {
+    Connection_t* const found = find(connection);
+    if (found == nullptr) {
+        rc = RETURN_CODE_TYPE::INVALID_PARAM;
+        return nullptr;
+    }
+    rc = found->isOpen ? RETURN_CODE_TYPE::NO_ERROR : RETURN_CODE_TYPE::CONNECTION_CLOSED;
+    return found->isOpen ? found : nullptr;
+}
+
+void HC_MCSQ::lookUp(long long connection, Return_Code found, Return_Code& rc) {
+    const MutexLock lock(m_connectionsMutex);
+    if (getConnection(connection, rc) != nullptr) {
+        rc = found;
+    }
+}
+
+HC_MCSQ::Ports HC_MCSQ::portsOf(long long connection, Return_Code& rc) {
+    const MutexLock lock(m_connectionsMutex);
+    const Connection_t* const found = getConnection(connection, rc);
+    return found == nullptr ? Ports{} : found->ports;
+}
+
+long long HC_MCSQ::findOrAppend(const String& name) {
+    {
+        const MutexLock lock(m_connectionsMutex);
+        const auto known = std::find_if(
+            m_connections.begin(), m_connections.end(),
+            [&](const Connection_t& connection) { return connection.name == name.view(); });
+        if (known != m_connections.end()) {
+            return known - m_connections.begin();
+        }
+    }
+    const auto parameters = m_configuration.read<1>(name, {"Port"});
+    if (!parameters) {
+        return -1;
+    }
+    const MutexLock lock(m_connectionsMutex);
+    m_connections.emplace_back(name.view(), static_cast<std::uint16_t>(parameters->front()));
+    return static_cast<long long>(m_connections.size()) - 1;
+}
+
+bool HC_MCSQ::open(long long index) {
+    const char* path = nullptr;
+    {
+        const MutexLock lock(m_connectionsMutex);
+        Connection_t& connection = *find(index);
+        if (connection.isOpen) {
+            return true;
+        }
+        connection.state = OPENING;
+        path = connection.path.c_str();
+    }
+    Ports ports = openPorts(path);
+    if (!ports.reader) {
+        return false;
+    }
+    const MutexLock lock(m_connectionsMutex);
+    Connection_t& connection = *find(index);
+    connection.ports = std::move(ports);
+    connection.state = CONNECTED;
+    connection.isOpen = true;
+    return true;
+}
+
+HC_MCSQ::Ports HC_MCSQ::openPorts(const char* path) {
+    const Ports ports{std::make_shared<mcsReaderPort>(), std::make_shared<mcsWriterPort>()};
+    ports.reader->set_filename(path);
+    ports.writer->set_filename(path);
+    if (ports.reader->can_open_file() == 0 || ports.writer->can_open_file() == 0) {
+        return {};
+    }
+    const bool readable = ports.reader->openPort() != -1;
+    const bool writable = ports.writer->openPort() != -1;
+    return readable && writable ? ports : Ports{};
+}
+
+}  // namespace FACE::IOSS

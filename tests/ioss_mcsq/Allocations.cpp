@@ -1,0 +1,29 @@
+#include "ioss_mcsq/Allocations.h"
+
+#include <atomic>
+#include <cstdlib>
+#include <new>
+
+namespace {
+
+std::atomic<long> count{0};
+
+}  // namespace
+
+long allocations() {
+    return count;
+}
+
+void* operator new(std::size_t size) {
+    ++count;
+    if (void* const memory = std::malloc(size == 0 ? 1 : size)) {
+        return memory;
+    }
+    throw std::bad_alloc();
+}
+void operator delete(void* memory) noexcept {
+    std::free(memory);
+}
+void operator delete(void* memory, std::size_t /*size*/) noexcept {
+    std::free(memory);
+}

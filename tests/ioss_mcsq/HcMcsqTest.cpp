@@ -1,0 +1,459 @@
+#include "ioss_mcsq/HC_MCSQ.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <pthread.h>
+#include <sys/resource.h>
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <csignal>
+#include <filesystem>
+#include <functional>
+#include <iostream>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "face/HC_Config.h"
+#include "ioss/TemporaryUnit.h"
+#include "ioss_mcsq/QueueSupport.h"
+
+namespace {
+
+using FACE::RETURN_CODE_TYPE;
+using FACE::IOSS::CONNECTION_STATUS_TYPE;
+using FACE::IOSS::HC_MCSQ;
+using FACE::IOSS::IO_PARAMETER_TRANSACTION_TYPE;
+using FACE::IOSS::IO_PARAMETER_TYPE;
+using Code = RETURN_CODE_TYPE::Value;
+using Event = FACE::IOSS::NOTIFICATION_EVENT_TYPE::Value;
+using Bytes = FACE::Sequence<unsigned char>;
+using R = RETURN_CODE_TYPE;
+
+constexpr Code UNSET = RETURN_CODE_TYPE::TIMED_OUT;
+
+/** Counts what it hears of each connection, and does what the test wants done. */
+class Listener : public FACE::IOSS::IO_Callback {
+public:
+    explicit Listener(std::function<void(long long)> action = nullptr)
+        : m_action(std::move(action)) {}
+
+    void Process_Notification_Event(long long connection, Event event) override {
+        EXPECT_EQ(event, 0U);
+        thread = pthread_self();
+        ++heard.at(static_cast<std::size_t>(connection));
+        if (m_action) {
+            m_action(connection);
+        }
+    }
+
+    std::array<std::atomic<int>, 4> heard{};
+    std::atomic<pthread_t> thread{};
+
+private:
+    std::function<void(long long)> m_action;
+};
+
+/** Counts and spoils the opening of containers. */
+class WatchedConfiguration : public FACE::HC_Config {
+public:
+    void Open(const FACE::String& container, int& handle, Code& rc) override {
+        ++opens;
+        if (fails) {
+            throw std::runtime_error("spoiled");
+        }
+        FACE::HC_Config::Open(container, handle, rc);
+    }
+    int opens = 0;
+    bool fails = false;
+};
+
+/** A service over the pipes /dev/mcs0 to /dev/mcs3, of which "Four" shares the last with "Three".
+ */
+class HcMcsq : public testing::Test {
+protected:
+    HcMcsq() {
+        for (const char* name : {"mcs0", "mcs1", "mcs2", "mcs3"}) {
+            m_pipes.push_back(m_unit.makePipe(name));
+        }
+        m_configuration = std::make_shared<WatchedConfiguration>();
+        Code rc = UNSET;
+        m_service->Set_Reference("", m_configuration, 0, rc);
+        EXPECT_EQ(rc, R::NO_ERROR);
+        const std::string file = m_unit.configure({{"Zero", {{"Port", "0"}}},
+                                                   {"One", {{"Port", "01"}}},
+                                                   {"Two", {{"Port", "0x10002"}}},
+                                                   {"Three", {{"Port", "3"}}},
+                                                   {"Four", {{"Port", "3"}}},
+                                                   {"Sixteen", {{"Port", "0x10"}}},
+                                                   {"Portless", {{"Size", "3"}}}});
+        m_service->Initialize(file.c_str(), rc);
+        EXPECT_EQ(rc, R::NO_ERROR);
+    }
+
+    Code open(const char* name) {
+        Code rc = UNSET;
+        m_service->Open_Connection(name, -1, m_connection, rc);
+        return rc;
+    }
+    long long opened(const char* name) {
+        EXPECT_EQ(open(name), R::NO_ERROR) << name;
+        return m_connection;
+    }
+    Code close(long long connection) {
+        Code rc = UNSET;
+        m_service->Close_Connection(connection, rc);
+        return rc;
+    }
+    Code attach(long long connection, Listener& listener) {
+        Code rc = UNSET;
+        m_service->Register_Notification_Event(connection, listener, rc);
+        return rc;
+    }
+    Code detach(long long connection) {
+        Code rc = UNSET;
+        m_service->Unregister_Notification_Event(connection, rc);
+        return rc;
+    }
+    Code write(long long connection, std::string_view text) {
+        Code rc = UNSET;
+        const Bytes payload(reinterpret_cast<const unsigned char*>(text.data()), text.size());
+        m_service->Write(connection, -1, payload, rc);
+        return rc;
+    }
+    /** What one read brings into a payload with room for `room` bytes; the code in front. */
+    std::pair<Code, std::string> read(long long connection, std::uint32_t room = 100) {
+        std::vector<unsigned char> store(room + 1);
+        Bytes::RETURN_CODE made{};
+        FACE::IOSS::MCSQ::Read_Payload payload{42, Bytes(store.data(), room, room + 1, made)};
+        Code rc = UNSET;
+        m_service->Read(connection, 0, payload, rc);
+        EXPECT_EQ(payload.time, 42);
+        return {rc, std::string(payload.data.begin(), payload.data.end())};
+    }
+
+    TemporaryUnit m_unit;
+    std::vector<int> m_pipes;
+    std::shared_ptr<WatchedConfiguration> m_configuration;
+    std::unique_ptr<HC_MCSQ> m_service = std::make_unique<HC_MCSQ>();
+    long long m_connection = 99;
+    Code m_ignored = UNSET;
+};
+
+TEST_F(HcMcsq, NamesFindTheirPorts) {
+    Captured errors(std::cerr);
+    EXPECT_EQ(open("Missing"), R::INVALID_CONFIG);
+    EXPECT_EQ(open("Portless"), R::INVALID_CONFIG);
+    EXPECT_EQ(open(nullptr), R::INVALID_CONFIG);
+    EXPECT_EQ(m_connection, -1);
+    const std::vector<std::pair<const char*, int>> ports{{"Zero", 0}, {"One", 1}, {"Two", 2}};
+    for (const auto& [name, port] : ports) {
+        const long long connection = opened(name);
+        EXPECT_EQ(connection, port) << "ids count from 0";
+        EXPECT_EQ(write(connection, name), R::NO_ERROR);
+        EXPECT_EQ(takeAll(m_pipes[static_cast<std::size_t>(port)]), name);
+    }
+    const int reads = m_configuration->opens;
+    EXPECT_EQ(opened("One"), 1);
+    EXPECT_EQ(m_configuration->opens, reads) << "a known name isn't looked up again";
+
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_EQ(open("Sixteen"), R::NO_ACTION);
+        EXPECT_EQ(m_connection, -1);
+        EXPECT_EQ(close(3), R::CONNECTION_CLOSED) << "an entry stays behind";
+    }
+    EXPECT_EQ(errors.text(),
+              "Unable to open output pipe file: /dev/mcs16\n"
+              "Unable to open output pipe file: /dev/mcs16\n");
+    m_unit.makePipe("mcs16");
+    EXPECT_EQ(opened("Sixteen"), 3);
+}
+
+TEST_F(HcMcsq, ExceptionWhileOpeningEndsAtTheInterface) {
+    Captured errors(std::cerr);
+    m_configuration->fails = true;
+    EXPECT_EQ(open("Zero"), R::NO_ACTION);
+    EXPECT_EQ(m_connection, -1);
+    EXPECT_THAT(errors.text(), testing::MatchesRegex("[0-9]+: spoiled\n"));
+    m_configuration->fails = false;
+    EXPECT_EQ(opened("Zero"), 0);
+}
+
+TEST_F(HcMcsq, EveryOperationAnswersForAnOpenAClosedAndAnUnknownConnection) {
+    Listener listener;
+    IO_PARAMETER_TRANSACTION_TYPE parameters;
+    parameters.parameters.append({1, {}});
+    parameters.parameters.append({0, {}});
+    CONNECTION_STATUS_TYPE status;
+    std::uint16_t bus = 9;
+    struct Row {
+        const char* name;
+        std::function<void(long long, Code&)> call;
+        Code open, closed, unknown;
+    };
+    HC_MCSQ& service = *m_service;
+    const std::vector<Row> rows{
+        {"parameters",
+         [&](auto id, Code& rc) {
+             service.Configure_Connection_Parameters(id, -1, parameters, rc);
+         },
+         R::NO_ACTION, R::CONNECTION_CLOSED, R::INVALID_PARAM},
+        {"bus parameters",
+         [&](auto id, Code& rc) { service.Configure_Bus_Parameters(id, -1, parameters, rc); },
+         R::NO_ACTION, R::CONNECTION_CLOSED, R::INVALID_PARAM},
+        {"bus configuration",
+         [&](auto id, Code& rc) { service.Get_Bus_Configuration(id, -1, parameters, rc); },
+         R::NO_ACTION, R::CONNECTION_CLOSED, R::INVALID_PARAM},
+        {"configuration, with a parameter that isn't there",
+         [&](auto id, Code& rc) { service.Get_Connection_Configuration(id, -1, parameters, rc); },
+         R::INVALID_PARAM, R::INVALID_PARAM, R::INVALID_PARAM},
+        {"status", [&](auto id, Code& rc) { service.Get_Connection_Status(id, status, rc); },
+         R::NO_ERROR, R::CONNECTION_CLOSED, R::INVALID_PARAM},
+        {"bus status", [&](auto id, Code& rc) { service.Get_Bus_Status(id, bus, rc); }, UNSET,
+         R::CONNECTION_CLOSED, R::INVALID_PARAM},
+        {"register",
+         [&](auto id, Code& rc) { service.Register_Notification_Event(id, listener, rc); },
+         R::NO_ERROR, R::CONNECTION_CLOSED, R::INVALID_PARAM},
+        {"unregister", [&](auto id, Code& rc) { service.Unregister_Notification_Event(id, rc); },
+         R::NO_ERROR, R::CONNECTION_CLOSED, R::INVALID_PARAM},
+        {"write", [&](auto id, Code& rc) { rc = write(id, "x"); }, R::NO_ERROR,
+         R::CONNECTION_CLOSED, R::INVALID_PARAM},
+        {"empty write", [&](auto id, Code& rc) { service.Write(id, -1, Bytes(), rc); }, R::NO_ERROR,
+         R::CONNECTION_CLOSED, R::INVALID_PARAM},
+        {"read", [&](auto id, Code& rc) { rc = read(id).first; }, R::NO_ERROR, R::CONNECTION_CLOSED,
+         R::INVALID_PARAM},
+        {"read without room", [&](auto id, Code& rc) { rc = read(id, 0).first; }, R::NO_ACTION,
+         R::CONNECTION_CLOSED, R::INVALID_PARAM},
+        {"close", [&](auto id, Code& rc) { service.Close_Connection(id, rc); }, R::NO_ERROR,
+         R::CONNECTION_CLOSED, R::INVALID_PARAM},
+    };
+    const auto answers = [](const Row& row, long long id) {
+        Code rc = UNSET;
+        row.call(id, rc);
+        return rc;
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.name);
+        const long long connection = opened("Three");
+        EXPECT_EQ(answers(row, connection), row.open);
+        bus = 9;
+        service.Get_Bus_Status(connection, bus, m_ignored);
+        static_cast<void>(close(connection));
+        EXPECT_EQ(answers(row, connection), row.closed);
+        for (const long long unknown : {-1LL, 1LL, 1LL << 40, -(1LL << 62)}) {
+            EXPECT_EQ(answers(row, unknown), row.unknown);
+        }
+    }
+    EXPECT_EQ(parameters.parameters[1].value.ushort_value(), 3) << "the walk went on";
+    EXPECT_TRUE(status.available);
+    EXPECT_EQ(status.state, 2U);
+    service.Get_Bus_Status(0, bus, m_ignored);
+    EXPECT_EQ(bus, 1) << "closed";
+    service.Get_Bus_Status(opened("Three"), bus, m_ignored);
+    EXPECT_EQ(bus, 0) << "open";
+}
+
+TEST_F(HcMcsq, ReadTakesWhatWaitsAndFits) {
+    const long long connection = opened("Zero");
+    ASSERT_TRUE(put(m_pipes[0], "firstsecond"));
+    using Got = std::pair<Code, std::string>;
+    EXPECT_EQ(read(connection, 5), Got(R::NO_ERROR, "first")) << "no byte behind the payload's end";
+    EXPECT_EQ(read(connection, 100), Got(R::NO_ERROR, "second"));
+    ASSERT_TRUE(put(m_pipes[0], std::string(HC_MCSQ::MAX_READ, 'a') + "rest"));
+    EXPECT_EQ(read(connection, 200000).second.size(), 0x20000U);
+    EXPECT_EQ(read(connection, 200000), Got(R::NO_ERROR, "rest"));
+}
+
+TEST_F(HcMcsq, TransfersThatFailOrFallShortAreNoAction) {
+    std::filesystem::remove(m_unit.device("mcs0"));
+    std::filesystem::remove(m_unit.device("mcs1"));
+    std::filesystem::create_symlink("/dev/full", m_unit.device("mcs0"));
+    m_unit.makeSparse("mcs1", 0);
+    const long long full = opened("Zero");
+    const long long file = opened("One");
+    EXPECT_EQ(write(full, "record"), R::NO_ACTION);
+    EXPECT_EQ(read(file).first, R::NO_ACTION) << "at its end";
+
+    // A file that may grow to four bytes takes part of a record.
+    rlimit before{};
+    ::getrlimit(RLIMIT_FSIZE, &before);
+    const rlimit four{4, before.rlim_max};
+    ::setrlimit(RLIMIT_FSIZE, &four);
+    const Code shortened = write(file, "record");
+    ::setrlimit(RLIMIT_FSIZE, &before);
+    EXPECT_EQ(shortened, R::NO_ACTION);
+    EXPECT_EQ(read(file).second, "reco");
+}
+
+TEST_F(HcMcsq, CallbacksComeForRegisteredConnectionsAlone) {
+    Listener listener([&](long long connection) { read(connection); });
+    const long long zero = opened("Zero");
+    const long long one = opened("One");
+    const long long two = opened("Two");
+    ASSERT_EQ(attach(zero, listener), R::NO_ERROR);
+    ASSERT_EQ(attach(two, listener), R::NO_ERROR);
+    ASSERT_EQ(attach(two, listener), R::NO_ERROR) << "again, which adds nothing";
+    put(m_pipes[0], "a");
+    put(m_pipes[1], "b");
+    put(m_pipes[2], "c");
+    EXPECT_TRUE(eventually([&] { return listener.heard[0] == 1 && listener.heard[2] == 1; }));
+    EXPECT_NE(listener.thread, pthread_self());
+    EXPECT_EQ(listener.heard[1], 0);
+    EXPECT_EQ(read(one).second, "b");
+
+    ASSERT_EQ(detach(two), R::NO_ERROR);
+    ASSERT_EQ(detach(two), R::NO_ERROR) << "not registered any more";
+    put(m_pipes[2], "d");
+    put(m_pipes[0], "e");
+    EXPECT_TRUE(eventually([&] { return listener.heard[0] == 2; }));
+    EXPECT_EQ(listener.heard[2], 1);
+    EXPECT_EQ(read(two).second, "d");
+}
+
+TEST_F(HcMcsq, ConnectionsOnOneDeviceNeverReadItEmpty) {
+    Listener listener([&](long long connection) { read(connection); });
+    const long long three = opened("Three");
+    const long long four = opened("Four");
+    ASSERT_NE(three, four);
+    ASSERT_EQ(attach(three, listener), R::NO_ERROR);
+    ASSERT_EQ(attach(four, listener), R::NO_ERROR);
+    for (int sent = 1; sent <= 20; ++sent) {
+        put(m_pipes[3], "record");
+        // A read of nothing would hold the thread for good.
+        ASSERT_TRUE(eventually([&] { return listener.heard[0] + listener.heard[1] == sent; }));
+    }
+}
+
+TEST_F(HcMcsq, ThreadOutlivesExceptionsAndSignals) {
+    Captured errors(std::cerr);
+    std::atomic<int> calls{0};
+    Listener listener([&](long long connection) {
+        read(connection);
+        ++calls;
+        if (calls == 1) {
+            throw std::runtime_error("out of hand");
+        }
+        if (calls == 2) {
+            throw 5;
+        }
+    });
+    struct sigaction interrupt {};
+    struct sigaction before {};
+    interrupt.sa_handler = [](int) {};
+    ::sigaction(SIGUSR1, &interrupt, &before);
+    ASSERT_EQ(attach(opened("Zero"), listener), R::NO_ERROR);
+    for (int sent = 1; sent <= 5; ++sent) {
+        put(m_pipes[0], "x");
+        ASSERT_TRUE(eventually([&] { return calls == sent; }));
+        pthread_kill(listener.thread, SIGUSR1);
+    }
+    m_service.reset();
+    ::sigaction(SIGUSR1, &before, nullptr);
+    EXPECT_THAT(errors.text(),
+                testing::MatchesRegex("[0-9]+: out of hand\n[0-9]+: unknown exception\n"));
+}
+
+TEST_F(HcMcsq, RegistrationDoesNotWaitForThePollPeriod) {
+    Listener listener;
+    const long long zero = opened("Zero");
+    const long long one = opened("One");
+    ASSERT_EQ(attach(zero, listener), R::NO_ERROR);
+    const auto start = std::chrono::steady_clock::now();
+    for (int i = 0; i < 20; ++i) {
+        ASSERT_EQ(attach(one, listener), R::NO_ERROR);
+        ASSERT_EQ(detach(one), R::NO_ERROR);
+    }
+    EXPECT_LT(std::chrono::steady_clock::now() - start, 10 * HC_MCSQ::POLL_PERIOD);
+}
+
+TEST_F(HcMcsq, RegistrationsAndTrafficMeetOnManyThreads) {
+    Listener listener([&](long long connection) { read(connection); });
+    std::array<long long, 3> ids{opened("Zero"), opened("One"), opened("Two")};
+    ASSERT_EQ(attach(ids[2], listener), R::NO_ERROR);
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 2; ++i) {
+        threads.emplace_back([&, id = ids.at(static_cast<std::size_t>(i))] {
+            for (int round = 0; round < 50; ++round) {
+                attach(id, listener);
+                write(id, "x");
+                detach(id);
+            }
+        });
+    }
+    for (int sent = 0; sent < 100; ++sent) {
+        write(ids[2], "y");
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    EXPECT_TRUE(eventually([&] { return listener.heard[2] > 0; }));
+    const int heard = listener.heard[2];
+    write(ids[2], "last");
+    EXPECT_TRUE(eventually([&] { return listener.heard[2] > heard; }));
+}
+
+TEST_F(HcMcsq, BrokenDescriptorNeitherSpinsNorSilencesTheOthers) {
+    std::atomic<long> waits{0};  // how often the callback thread has gone to sleep so far
+    Listener listener([&](long long connection) {
+        rusage usage{};
+        ::getrusage(RUSAGE_THREAD, &usage);
+        waits = usage.ru_nvcsw;
+        read(connection);
+    });
+    const long long zero = opened("Zero");
+    ASSERT_EQ(attach(zero, listener), R::NO_ERROR);
+    ASSERT_EQ(attach(opened("One"), listener), R::NO_ERROR);
+    ASSERT_EQ(close(zero), R::NO_ERROR);  // under its registration, which now polls nothing
+    put(m_pipes[0], "x");
+    put(m_pipes[1], "y");
+    ASSERT_TRUE(eventually([&] { return listener.heard[1] == 1; }));
+    const long before = waits;
+    EXPECT_FALSE(eventually([&] { return listener.heard[0] > 0; }, 4 * HC_MCSQ::POLL_PERIOD))
+        << "what is closed hears nothing";
+    put(m_pipes[1], "z");
+    ASSERT_TRUE(eventually([&] { return listener.heard[1] == 2; }));
+    EXPECT_LT(waits - before, 50);
+}
+
+TEST_F(HcMcsq, ThreadEndsForGoodWithTheLastRegistration) {
+    std::atomic<pid_t> thread{0};
+    Listener listener([&](long long connection) {
+        thread = ::gettid();
+        read(connection);
+    });
+    const long long zero = opened("Zero");
+    ASSERT_EQ(attach(zero, listener), R::NO_ERROR);
+    put(m_pipes[0], "x");
+    ASSERT_TRUE(eventually([&] { return listener.heard[0] == 1; }));
+    const std::string task = "/proc/self/task/" + std::to_string(thread);
+    ASSERT_TRUE(std::filesystem::exists(task));
+    ASSERT_EQ(detach(zero), R::NO_ERROR);
+    ASSERT_TRUE(eventually([&] { return !std::filesystem::exists(task); }));
+    ASSERT_EQ(attach(zero, listener), R::NO_ERROR);
+    put(m_pipes[0], "y");
+    EXPECT_FALSE(eventually([&] { return listener.heard[0] > 1; }, 2 * HC_MCSQ::POLL_PERIOD));
+}
+
+TEST_F(HcMcsq, DestructionWaitsForTheCallbackUnderWay) {
+    std::atomic<bool> inside{false};
+    std::atomic<bool> left{false};
+    std::atomic<bool> go{false};
+    Listener listener([&](long long /*connection*/) {
+        inside = true;
+        eventually([&] { return go.load(); });
+        left = true;
+    });
+    ASSERT_EQ(attach(opened("Zero"), listener), R::NO_ERROR);
+    put(m_pipes[0], "x");
+    ASSERT_TRUE(eventually([&] { return inside.load(); }));
+    std::thread release([&] { go = true; });
+    m_service.reset();
+    EXPECT_TRUE(left);
+    release.join();
+}
+
+}  // namespace
