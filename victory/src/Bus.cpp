@@ -17,6 +17,8 @@ namespace victory {
 namespace {
 
 constexpr std::chrono::milliseconds kAcceptPause{100};
+// Who connects in a loop must not keep the bus thread from the others.
+constexpr int kAcceptsAtOnce = 16;
 // Places in the list that poll is given; clients come behind.
 enum Entry : std::size_t { WAKER, LISTENER, FIRST_CLIENT };
 
@@ -42,8 +44,8 @@ void Bus::stop() {
     m_stopping = true;
     m_told.waker.wake();
     m_thread.finish();
+    m_listener.reset();  // first: who is disconnected and comes back at once must not meet it
     m_clients.clear();
-    m_listener.reset();
 }
 
 void Bus::reply(std::uint64_t client, std::string line) {
@@ -73,11 +75,11 @@ void Bus::survive(void (Bus::*step)()) {
 void Bus::turn() {
     const std::vector<pollfd> entries = wait();
     deliverReplies();
-    publish();
     serve(entries);
     if ((entries[LISTENER].revents & POLLIN) != 0) {
-        accept();
+        acceptAll();
     }
+    publish();
     std::erase_if(m_clients, [](const auto& client) { return client->isGone(); });
 }
 
@@ -149,12 +151,19 @@ void Bus::handOnRequest(Client& client) {
     }
 }
 
-void Bus::accept() {
-    Descriptor connection(
-        ::accept4(m_listener->descriptor(), nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC));
-    if (connection.isOpen()) {
+void Bus::acceptAll() {
+    for (int i = 0; i < kAcceptsAtOnce; ++i) {
+        Descriptor connection(
+            ::accept4(m_listener->descriptor(), nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC));
+        if (!connection.isOpen()) {
+            return noteAcceptError(errno);
+        }
         greet(std::move(connection));
-    } else if (errno == EMFILE || errno == ENFILE || errno == ENOBUFS || errno == ENOMEM) {
+    }
+}
+
+void Bus::noteAcceptError(int error) {
+    if (error == EMFILE || error == ENFILE || error == ENOBUFS || error == ENOMEM) {
         complain("VICTORY service: no descriptor or memory for another client");
         m_acceptFrom = Clock::now() + kAcceptPause;
     }

@@ -63,7 +63,9 @@ private:
     void publish();
     void serve(const std::vector<pollfd>& entries);
     void handOnRequest(Client& client);
-    void accept();
+    /** Before publication, so that who has connected misses nothing published after. */
+    void acceptAll();
+    void noteAcceptError(int error);
     void greet(Descriptor connection);
 
     Tellings& m_told;

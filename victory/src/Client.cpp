@@ -42,16 +42,13 @@ pollfd Client::pollEntry() const {
 }
 
 void Client::serve(short events) {
-    if ((events & POLLHUP) != 0) {
-        m_hungUp = true;
-    }
-    if ((events & (POLLERR | POLLNVAL)) != 0) {
-        drop();
-    }
+    // An error is a peer that closed without reading all; what it asked before is still there.
+    const bool hangsUp = (events & (POLLHUP | POLLERR)) != 0;
+    m_hungUp |= hangsUp;
     if ((events & POLLOUT) != 0) {
         flush();
     }
-    if ((events & (POLLIN | POLLHUP)) != 0 && !m_busy) {
+    if ((hangsUp || (events & POLLIN) != 0) && !m_busy) {
         receive();
     }
 }

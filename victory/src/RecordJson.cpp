@@ -163,10 +163,10 @@ Json encode(const VgpscReceiverStatusData& record, unsigned entries) {
     return json;
 }
 
-Json encode(const VgpscReceiverStatus2Data& record, unsigned entries) {
+Json encode(const VgpscReceiverStatus2Data& record, unsigned /*entries*/) {
     Json json = encodeFields(record);
     json["warnings"] = Json::array();
-    for (const VgpscReceiverWarningMessage& warning : used(record.warnings, entries)) {
+    for (const VgpscReceiverWarningMessage& warning : used(record.warnings, record.warningCount)) {
         json["warnings"].push_back(encodeWarning(warning));
     }
     return json;

@@ -1,8 +1,9 @@
 /** The records of victory.h as JSON: one list of fields a record.
  *
  *  A key is the field's name. Fields whose present word is 0 are absent; present words and reserved
- *  fields never show. `entries` is the number of array entries in use as the caller said; entries
- *  past the array are not read. Pure functions.
+ *  fields never show. `entries` is the number of array entries in use as the caller said (warnings
+ *  are counted by their record, which other records' warnings may have joined); entries past the
+ *  array are not read. Pure functions.
  */
 #pragma once
 

@@ -186,7 +186,7 @@ void vgpssTellStatusData(VgpssService* service, unsigned channels, VgpscReceiver
 
 void vgpssTellStatus2Data(VgpssService* service, VgpscReceiverStatus2Data record,
                           const VgpscDateTime* date) {
-    tell(service, &Tellings::status2, record, record.warningCount, date);
+    tell(service, &Tellings::status2, record, 0, date);
 }
 
 void vgpssTellHealthStatusData(VgpssService* service, unsigned svs, VgpscHealthStatusData record,

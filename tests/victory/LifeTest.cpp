@@ -1,0 +1,457 @@
+// The life of a service: bring-up and its refusals, groups, the end, many threads at once.
+#include <sys/resource.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+
+#include <atomic>
+#include <cmath>
+#include <csignal>
+#include <fstream>
+#include <limits>
+#include <memory>
+#include <thread>
+
+#include "victory/AllocationCount.h"
+#include "victory/Rig.h"
+
+namespace victory_test {
+namespace {
+
+using ::testing::HasSubstr;
+
+class Life : public Rig {
+protected:
+    /** What vgpssNewService says when it refuses. */
+    static std::string refusal(const std::string& serviceText, const std::string& vclText) {
+        ::testing::internal::CaptureStderr();
+        VgpssService* made =
+            vgpssNewService(serviceText.c_str(), vclText.c_str(), "Maker", "Model", "Id");
+        EXPECT_EQ(made, nullptr) << serviceText << vclText;
+        vgpssDeleteService(made);
+        return ::testing::internal::GetCapturedStderr();
+    }
+    /** A socket of another program at the endpoint. */
+    static victory::Descriptor bindForeignSocket() {
+        std::filesystem::create_directories(std::filesystem::path(endpoint()).parent_path());
+        sockaddr_un address{};
+        address.sun_family = AF_UNIX;
+        endpoint().copy(address.sun_path, sizeof address.sun_path - 1);
+        victory::Descriptor foreign(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+        EXPECT_EQ(::bind(foreign.get(), reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+        EXPECT_EQ(::listen(foreign.get(), 1), 0);
+        return foreign;
+    }
+};
+
+// --- Bring-up -----------------------------------------------------------------------------------
+
+TEST_F(Life, TextsThatAreNoConfigurationAreRefusedWithTheReason) {
+    const std::string good = serviceXml();
+    const auto period = [](const char* value) { return vcl({value, "0", "0", "0"}); };
+    const struct {
+        std::string service;
+        std::string vcl;
+        const char* reason;
+    } cases[] = {
+        {"", vcl(), "service configuration isn't XML"},
+        {"<VictoryService>", vcl(), "service configuration isn't XML"},
+        {"<Service/>", vcl(), "root element \"Service\", needed is VictoryService"},
+        {"<VictoryService/>", vcl(), "Endpoint needs an absolute path"},
+        {"<VictoryService><Endpoint/></VictoryService>", vcl(), "Endpoint needs an absolute path"},
+        {serviceXml("run/x.sock"), vcl(), "Endpoint needs an absolute path"},
+        {serviceXml("/run/" + std::string(110, 'x')), vcl(), "File name too long"},
+        {good, "", "VCL isn't XML"},
+        {good, "<vcl:VCL><A></vcl:VCL>", "VCL isn't XML"},
+        {good, "<VCL/>", "root element \"VCL\", needed is vcl:VCL"},
+        {good, period("1s"), "line 1: updatePeriod of GPS_RECEIVER_STATUS is \"1s\""},
+        {good, period(""), "milliseconds from 0 to 4294967295"},
+        {good, period("-1"), "milliseconds from 0 to 4294967295"},
+        {good, period("4294967296"), "milliseconds from 0 to 4294967295"},
+    };
+    for (const auto& c : cases) {
+        const std::string said = refusal(c.service, c.vcl);
+        EXPECT_THAT(said, HasSubstr(c.reason));
+        EXPECT_THAT(said, ::testing::StartsWith("vgpssNewService: "));
+    }
+    EXPECT_EQ(vgpssNewService(nullptr, nullptr, nullptr, nullptr, nullptr), nullptr);
+}
+
+TEST_F(Life, AnEndpointInUseIsRefusedAndTheLeavingsOfADeadProcessAreReplaced) {
+    make();
+    EXPECT_THAT(refusal(serviceXml(), vcl()), HasSubstr("in use by another service"));
+    EXPECT_EQ(vgpssStartService(service), 0);
+    EXPECT_TRUE(connect().next().contains("hello")) << "the first one keeps its endpoint";
+    remove();
+    EXPECT_FALSE(std::filesystem::exists(endpoint()));
+
+    victory::Descriptor foreign = bindForeignSocket();
+    EXPECT_THAT(refusal(serviceXml(), vcl()), HasSubstr("in use by another process"));
+    foreign.close();  // the file stays, as after a crash
+    ASSERT_TRUE(std::filesystem::exists(endpoint()));
+    makeAndStart();
+    EXPECT_TRUE(connect().next().contains("hello"));
+    remove();
+
+    std::ofstream(endpoint()) << "precious";
+    EXPECT_THAT(refusal(serviceXml(), vcl()), HasSubstr("no socket"));
+    EXPECT_EQ(std::filesystem::file_size(endpoint()), 8U);
+}
+
+TEST_F(Life, RootsTooLongForASocketAddressWork) {
+    const std::string longRoot = root() + "/" + std::string(200, 'r') + "/" + std::string(80, 's');
+    setenv("HALCYRINE_ROOT", longRoot.c_str(), 1);
+    makeAndStart();
+    EXPECT_THAT(endpoint(), ::testing::StartsWith(longRoot));
+    EXPECT_TRUE(connect().next().contains("hello"));
+    struct stat found {};
+    ASSERT_EQ(::stat(endpoint().c_str(), &found), 0);
+    EXPECT_EQ(found.st_mode & 0777U, 0660U) << "others must not command";
+    remove();
+    EXPECT_FALSE(std::filesystem::exists(endpoint()));
+}
+
+TEST_F(Life, NothingHappensOnANullHandle) {
+    EXPECT_NE(vgpssStartService(nullptr), 0);
+    vgpssDeleteService(nullptr);
+    vgpssInitPubGroup(nullptr, 0, 1);
+    vgpssInitTellCallback(nullptr, 0, nullptr, nullptr);
+    vgpssInitSaveVclidCallback(nullptr, nullptr, nullptr);
+    vgpssInitSetCommandCallback(nullptr, nullptr, nullptr);
+    vgpssInitSetMagneticVariationCallback(nullptr, nullptr, nullptr);
+    vgpssInitSetMissionDurationCallback(nullptr, nullptr, nullptr);
+    vgpssInitSetOperatingModeCallback(nullptr, nullptr, nullptr);
+    vgpssInitSetReceiverHotStartDataCallback(nullptr, nullptr, nullptr);
+    vgpssInitSetReceiverHotStartPortCallback(nullptr, nullptr, nullptr);
+    vgpssTellDeviceDatumCode(nullptr, 1, 0);
+    vgpssTellDeviceReceiverHotStartData(nullptr, {});
+    vgpssTellStatusData(nullptr, 0, {}, nullptr);
+    vgpssTellStatus2Data(nullptr, {}, nullptr);
+    vgpssTellHealthStatusData(nullptr, 0, {}, nullptr);
+    vgpssTellHealthStatus2Data(nullptr, 0, {}, nullptr);
+    EXPECT_EQ(vgpssAddFault(nullptr, "x", 0, 0, 0, 0), 0U);
+    vgpssRemoveFault(nullptr, 1);
+}
+
+TEST_F(Life, AServiceStartsOnce) {
+    makeAndStart();
+    ::testing::internal::CaptureStderr();
+    EXPECT_NE(vgpssStartService(service), 0);
+    EXPECT_THAT(::testing::internal::GetCapturedStderr(), HasSubstr("has started before"));
+    EXPECT_TRUE(connect().next().contains("hello"));
+}
+
+// --- Telling --------------------------------------------------------------------------------
+
+TEST_F(Life, TellingNeitherAllocatesNorWaitsForClients) {
+    makeAndStart();
+    Client stalled = connect();
+    Client half = connect();
+    half.send("{\"request\":");
+    const auto status2 = std::make_unique<VgpscReceiverStatus2Data>(status2With(1, 50));
+    const auto hotStart = std::make_unique<VgpscReceiverHotStartData>();
+    ::testing::internal::CaptureStderr();
+    const Clock::time_point before = Clock::now();
+    {
+        const AllocationCount allocations;
+        for (int i = 0; i < 2000; ++i) {  // some 10 MB on the bus
+            const VgpscDateTime date{};
+            vgpssTellStatusData(service, 24, statusAt(i), &date);
+            vgpssTellStatus2Data(service, *status2, nullptr);
+            vgpssTellHealthStatusData(service, 12, {}, &date);
+            vgpssTellHealthStatus2Data(service, 12, {}, nullptr);
+            vgpssTellDeviceDatumCode(service, static_cast<unsigned>(i), 0);
+            vgpssTellDeviceMaximumUserDefinedDatums(service, 2);
+            vgpssTellDeviceMissionDuration(service, 84);
+            vgpssTellDeviceOperatingMode(service, i % 8);
+            vgpssTellDeviceMagneticVariation(service, 0, i);
+        }
+        vgpssTellDeviceReceiverPorts(service, {});
+        vgpssTellDeviceReceiverHotStartPort(service, {"J1COM1"});
+        vgpssTellDeviceReceiverHotStartData(service, *hotStart);
+        EXPECT_EQ(allocations.value(), 0U);
+    }
+    EXPECT_LT(Clock::now() - before, kPatience / 2);
+    const AllocationCount allocations;
+    vgpssAddFault(service, "a text that no string holds within itself", 0, 0, 0, 0);
+    EXPECT_NE(allocations.value(), 0U) << "the library's allocations count";
+    remove();
+    ::testing::internal::GetCapturedStderr();
+}
+
+// --- Groups -------------------------------------------------------------------------------------
+
+struct Ticker {
+    Count count;
+    std::atomic<VgpssService*> service{nullptr};
+    std::function<void()> during = [] {};
+
+    static void tick(void* data, VgpssService* service) {
+        Ticker& ticker = *static_cast<Ticker*>(data);
+        ticker.service = service;
+        ticker.count.add();
+        ticker.during();
+    }
+};
+
+TEST_F(Life, GroupsTickAtTheirPeriodFromTheStartOn) {
+    constexpr milliseconds kPeriod{40};
+    constexpr int kTicks = 20;
+    make();
+    Ticker steady;
+    // Takes most of a period: counting from the end of each call would nearly double the time.
+    Count never;
+    steady.during = [&] { never.reaches(1, kPeriod * 3 / 4); };
+    vgpssInitPubGroup(service, 1, 0.04);
+    vgpssInitTellCallback(service, 1, Ticker::tick, &steady);
+    Ticker silent;
+    for (const double period : {0.0, -1.0, std::nan("")}) {
+        ::testing::internal::CaptureStderr();
+        vgpssInitPubGroup(service, 2, period);
+        EXPECT_THAT(::testing::internal::GetCapturedStderr(), HasSubstr("above 0 s"));
+    }
+    vgpssInitTellCallback(service, 2, Ticker::tick, &silent);
+    vgpssInitPubGroup(service, 3, 0.01);  // with nothing to call
+    vgpssInitPubGroup(service, 4, std::numeric_limits<double>::infinity());
+    vgpssInitTellCallback(service, 4, Ticker::tick, &silent);
+    never.reaches(1, 2 * kPeriod);
+    EXPECT_EQ(steady.count.value(), 0) << "called before the start";
+
+    const Clock::time_point before = Clock::now();
+    ASSERT_EQ(vgpssStartService(service), 0);
+    for (int i = 1; i <= kTicks; ++i) {
+        ASSERT_TRUE(steady.count.reaches(i));
+        EXPECT_GE(Clock::now() - before, i * kPeriod) << "tick " << i << " came early";
+    }
+    // A busy machine makes beats fall out; a drift of 30 ms a tick would show as 600 ms.
+    EXPECT_LT(Clock::now() - before, kTicks * kPeriod * 3 / 2);
+    EXPECT_EQ(silent.count.value(), 0);
+    EXPECT_EQ(steady.service, service);
+}
+
+TEST_F(Life, BeatsThatALongCallCoversFallOut) {
+    constexpr milliseconds kPeriod{20};
+    make();
+    Ticker ticker;
+    Count release;
+    ticker.during = [&] {
+        if (ticker.count.value() == 1) {
+            release.reaches(1);
+        }
+    };
+    vgpssInitPubGroup(service, 1, 0.02);
+    vgpssInitTellCallback(service, 1, Ticker::tick, &ticker);
+    ASSERT_EQ(vgpssStartService(service), 0);
+    ASSERT_TRUE(ticker.count.reaches(1));
+    Count never;
+    never.reaches(1, 20 * kPeriod);
+    const Clock::time_point released = Clock::now();
+    release.add();
+    ASSERT_TRUE(ticker.count.reaches(5));
+    EXPECT_GE(Clock::now() - released, 3 * kPeriod - milliseconds(2)) << "caught up in a burst";
+}
+
+// --- The end ------------------------------------------------------------------------------------
+
+int tickDuration(void* data, VgpssService* service, unsigned /*duration*/) {
+    Ticker::tick(data, service);
+    return 0;
+}
+
+constexpr const char* kDuration = "{\"request\":\"missionDuration\",\"duration\":1}\n";
+
+TEST_F(Life, DeleteWaitsForCallbacksAndNothingIsCalledAfter) {
+    make();
+    Ticker request;
+    Ticker group;
+    Count release;
+    std::atomic<int> returned{0};
+    request.during = group.during = [&] {
+        EXPECT_TRUE(release.reaches(1));
+        ++returned;
+    };
+    vgpssInitSetMissionDurationCallback(service, tickDuration, &request);
+    vgpssInitPubGroup(service, 1, 0.001);
+    vgpssInitTellCallback(service, 1, Ticker::tick, &group);
+    ASSERT_EQ(vgpssStartService(service), 0);
+    Client client = connectAndGreet();
+    client.send(std::string(kDuration) + kDuration);
+    ASSERT_TRUE(request.count.reaches(1));
+    ASSERT_TRUE(group.count.reaches(1));
+
+    Count deleted;
+    std::thread deleter([&] {
+        remove();
+        EXPECT_EQ(returned, 2);
+        deleted.add();
+    });
+    EXPECT_FALSE(deleted.reaches(1, milliseconds(100)));
+    release.add();
+    EXPECT_TRUE(deleted.reaches(1));
+    deleter.join();
+    EXPECT_EQ(client.reply()["result"], 0) << "what was under way is answered";
+    EXPECT_TRUE(client.seesTheEnd());
+    EXPECT_FALSE(group.count.reaches(2, milliseconds(50)));
+    EXPECT_EQ(request.count.value(), 1);
+}
+
+TEST_F(Life, DeleteFromWithinACallbackDoesNotWaitForThatOne) {
+    for (const bool fromGroup : {true, false}) {
+        make();
+        Ticker ticker;
+        Count deleted;
+        Count release;
+        ticker.during = [&] {
+            vgpssDeleteService(ticker.service);
+            deleted.add();
+            EXPECT_TRUE(release.reaches(1));
+        };
+        if (fromGroup) {
+            vgpssInitPubGroup(service, 1, 0.001);
+            vgpssInitTellCallback(service, 1, Ticker::tick, &ticker);
+        } else {
+            vgpssInitSetMissionDurationCallback(service, tickDuration, &ticker);
+        }
+        ASSERT_EQ(vgpssStartService(service), 0);
+        if (!fromGroup) {
+            connect().send(kDuration);
+        }
+        ASSERT_TRUE(deleted.reaches(1));
+        service = nullptr;
+        EXPECT_FALSE(std::filesystem::exists(endpoint()));
+        makeAndStart();  // the endpoint is free while that callback still runs
+        EXPECT_TRUE(connect().next().contains("hello"));
+        release.add();
+        remove();
+        EXPECT_EQ(ticker.count.value(), 1);
+    }
+}
+
+TEST_F(Life, AServiceComesBackAtOnceAtItsEndpoint) {
+    for (int i = 0; i < 30; ++i) {
+        makeAndStart(i % 2 == 0 ? vcl() : vcl({kNever, "0", kNever, kNever}));
+        Client client = connectAndGreet();
+        client.send("{\"half a");
+        vgpssTellStatus2Data(service, {}, nullptr);
+        EXPECT_EQ(client.next()["report"], kStatus2);
+        remove();
+        EXPECT_TRUE(client.seesTheEnd());
+    }
+    make();  // and one that never starts goes as well
+    Client client = connect();
+    remove();
+    EXPECT_TRUE(client.seesTheEnd());
+}
+
+TEST_F(Life, ManyThreadsAtOnce) {
+    for (int round = 0; round < 3; ++round) {
+        make(vcl({"0", "5", "0", "20"}));
+        Ticker ticker;
+        ticker.during = [&ticker] {
+            vgpssTellStatus2Data(ticker.service, status2With(1, 3), nullptr);
+        };
+        vgpssInitSetMissionDurationCallback(service, tickDuration, &ticker);
+        vgpssInitPubGroup(service, 1, 0.002);
+        vgpssInitTellCallback(service, 1, Ticker::tick, &ticker);
+        ASSERT_EQ(vgpssStartService(service), 0);
+        std::vector<std::thread> threads;
+        for (int i = 0; i < 2; ++i) {
+            threads.emplace_back([this, i] {
+                for (int n = 0; n < 200; ++n) {
+                    vgpssTellStatusData(service, 24, statusAt(n), nullptr);
+                    vgpssTellHealthStatusData(service, 12, {}, nullptr);
+                    vgpssTellHealthStatus2Data(service, 12, {}, nullptr);
+                    vgpssTellDeviceMagneticVariation(service, i, n);
+                    const unsigned fault = vgpssAddFault(service, "x", 0, 0, 0, 0);
+                    EXPECT_NE(fault, 0U);
+                    vgpssRemoveFault(service, fault);
+                }
+            });
+            threads.emplace_back([] {
+                for (int n = 0; n < 10; ++n) {
+                    Client client = connect();
+                    EXPECT_EQ(
+                        client.ask(json{{"request", "missionDuration"}, {"duration", n}})["result"],
+                        0);
+                    client.send(kDuration);
+                }
+            });
+        }
+        for (std::thread& thread : threads) {
+            thread.join();
+        }
+        remove();
+    }
+}
+
+// --- Text files ---------------------------------------------------------------------------------
+
+class TextFiles : public Rig {
+protected:
+    std::string write(const std::string& name, const std::string& text) const {
+        const std::string path = root() + "/" + name;
+        std::ofstream(path, std::ios::binary) << text;
+        return path;
+    }
+    static std::string read(const std::string& path) {
+        std::array<char, 200> buffer;
+        buffer.fill('~');
+        EXPECT_EQ(vutilReadStringFromFile(path.c_str(), buffer.size(), buffer.data()), 0);
+        return buffer.data();
+    }
+    std::size_t filesInRoot() const {
+        return static_cast<std::size_t>(
+            std::distance(std::filesystem::directory_iterator(root()), {}));
+    }
+};
+
+TEST_F(TextFiles, AreReadWholeOrNotAtAll) {
+    std::array<char, 8> buffer{};
+    EXPECT_EQ(read(write("empty", "")), "");
+    const std::string fits = write("fits", "1234567");
+    EXPECT_EQ(vutilReadStringFromFile(fits.c_str(), 8, buffer.data()), 0);
+    EXPECT_STREQ(buffer.data(), "1234567");
+    EXPECT_NE(vutilReadStringFromFile(fits.c_str(), 7, buffer.data()), 0);
+    EXPECT_NE(vutilReadStringFromFile(write("over", "12345678").c_str(), 8, buffer.data()), 0);
+    EXPECT_NE(vutilReadStringFromFile((root() + "/none").c_str(), 8, buffer.data()), 0);
+    EXPECT_NE(vutilReadStringFromFile(root().c_str(), 8, buffer.data()), 0);
+    EXPECT_NE(vutilReadStringFromFile(fits.c_str(), 0, buffer.data()), 0);
+    EXPECT_NE(vutilReadStringFromFile(nullptr, 8, buffer.data()), 0);
+    EXPECT_NE(vutilReadStringFromFile(fits.c_str(), 8, nullptr), 0);
+}
+
+TEST_F(TextFiles, AreReplacedWholeOrNotAtAll) {
+    const std::string path = write("file", "old");
+    ASSERT_EQ(::chmod(path.c_str(), 0640), 0);
+    const std::string link = root() + "/link";
+    std::filesystem::create_symlink("file", link);
+    EXPECT_EQ(vutilWriteStringToFile("new", link.c_str()), 0);
+    EXPECT_EQ(read(path), "new");
+    EXPECT_TRUE(std::filesystem::is_symlink(link));
+    EXPECT_EQ(std::filesystem::status(path).permissions(), std::filesystem::perms(0640));
+    EXPECT_EQ(vutilWriteStringToFile("first", (root() + "/fresh").c_str()), 0);
+    EXPECT_EQ(read(root() + "/fresh"), "first");
+    EXPECT_EQ(filesInRoot(), 3U);
+
+    EXPECT_NE(vutilWriteStringToFile("x", (root() + "/none/file").c_str()), 0);
+    EXPECT_NE(vutilWriteStringToFile(nullptr, path.c_str()), 0);
+    EXPECT_NE(vutilWriteStringToFile("x", nullptr), 0);
+}
+
+TEST_F(TextFiles, KeepTheirContentWhenTheDiskIsFull) {
+    const std::string path = write("file", "old");
+    struct rlimit before {};
+    ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &before), 0);
+    const struct rlimit small { 1000, before.rlim_max };
+    const auto handler = ::signal(SIGXFSZ, SIG_IGN);
+    ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &small), 0);
+    const int result = vutilWriteStringToFile(std::string(2000, 'n').c_str(), path.c_str());
+    ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &before), 0);
+    ::signal(SIGXFSZ, handler);
+    EXPECT_NE(result, 0);
+    EXPECT_EQ(read(path), "old");
+    EXPECT_EQ(filesInRoot(), 1U);
+}
+
+}  // namespace
+}  // namespace victory_test

@@ -1,0 +1,431 @@
+// What clients ask: each request, every way to spoil one, and clients that misbehave.
+#include <cstdio>
+#include <memory>
+#include <random>
+#include <thread>
+
+#include "victory/Rig.h"
+
+namespace victory_test {
+namespace {
+
+using ::testing::HasSubstr;
+
+constexpr std::size_t kMaximumLine = std::size_t{4} << 20;
+
+std::string hex(const std::uint8_t* bytes, std::size_t count) {
+    std::string text;
+    for (std::size_t i = 0; i < count; ++i) {
+        char digits[3];
+        std::snprintf(digits, sizeof digits, "%02X", bytes[i]);
+        text += digits;
+    }
+    return text;
+}
+
+/** The owner of a service: notes what it is asked, and answers as told. */
+class Owner {
+public:
+    std::atomic<int> result{0};
+    std::function<void()> during = [] {};
+    Count begun;
+    Count ended;
+
+    void offerAll(VgpssService* service) {
+        vgpssInitSaveVclidCallback(service, saveVcl, this);
+        vgpssInitSetCommandCallback(service, command, this);
+        vgpssInitSetMagneticVariationCallback(service, variation, this);
+        vgpssInitSetMissionDurationCallback(service, duration, this);
+        vgpssInitSetOperatingModeCallback(service, mode, this);
+        vgpssInitSetReceiverHotStartDataCallback(service, hotStartData, this);
+        vgpssInitSetReceiverHotStartPortCallback(service, hotStartPort, this);
+    }
+
+    std::string last() EXCLUDES(m_mutex) {
+        const utilities::MutexLock lock(m_mutex);
+        return m_last;
+    }
+
+private:
+    static int note(void* data, const std::string& call) {
+        Owner& owner = *static_cast<Owner*>(data);
+        {
+            const utilities::MutexLock lock(owner.m_mutex);
+            owner.m_last = call;
+        }
+        owner.begun.add();
+        owner.during();
+        owner.ended.add();
+        return owner.result;
+    }
+    static int saveVcl(void* data, VgpssService*, const char* text) {
+        return note(data, std::string("vcl ") + text);
+    }
+    static int command(void* data, VgpssService*, VgpsCommandData record) {
+        std::string call = "command";
+        for (unsigned i = 0; i < record.commandCount; ++i) {
+            (call += ' ') += std::to_string(record.commands[i].commandName);
+            (call += ':') += std::to_string(record.commands[i].commandType);
+        }
+        return note(data, call);
+    }
+    static int variation(void* data, VgpssService*, VgpscMagneticVariation source, double degrees) {
+        return note(data, "variation " + std::to_string(source) + " " + std::to_string(degrees));
+    }
+    static int duration(void* data, VgpssService*, unsigned value) {
+        return note(data, "duration " + std::to_string(value));
+    }
+    static int mode(void* data, VgpssService*, VgpscOperatingMode value) {
+        return note(data, "mode " + std::to_string(value));
+    }
+    static int hotStartPort(void* data, VgpssService*, VgpscReceiverHotStartPort port) {
+        return note(data, std::string("port ") + port.name);
+    }
+    static int hotStartData(void* data, VgpssService*, VgpscReceiverHotStartData record) {
+        std::string call = "data " + std::to_string(record.hotStartMode) + " " +
+                           std::to_string(record.messageCount);
+        if (record.messageCount != 0) {
+            const VgpscHotStartMessage& message = record.messages[record.messageCount - 1];
+            (call += ' ') += std::to_string(message.messageId);
+            (call += ',') += std::to_string(message.sequence);
+            (call += ',') += hex(message.bytes, message.length);
+        }
+        return note(data, call);
+    }
+
+    utilities::Mutex m_mutex;
+    std::string m_last GUARDED_BY(m_mutex);
+};
+
+constexpr const char* kDuration = R"({"request":"missionDuration","id":"x","duration":5})";
+
+class Request : public Rig {
+protected:
+    void start() {
+        make();
+        owner.offerAll(service);
+        ASSERT_EQ(vgpssStartService(service), 0);
+    }
+    /** Makes every callback wait until `release` counts one for it. */
+    void holdCallbacks() {
+        owner.during = [this] { EXPECT_TRUE(release.reaches(1)); };
+    }
+
+    Owner owner;
+    Count release;
+};
+
+struct GoodRequest {
+    const char* line;
+    const char* call;
+};
+
+const GoodRequest kGoodRequests[] = {
+    {R"({"request":"command","id":1,"commands":[{"name":0,"type":1},{"name":-7,"type":3}]})",
+     "command 0:1 -7:3"},
+    {R"({"request":"command","commands":[]})", "command"},
+    {R"({"request":"saveVcl","id":2,"text":"<vcl:VCL a='\u00e9'/>"})", "vcl <vcl:VCL a='é'/>"},
+    {R"({"request":"magneticVariation","id":3,"source":0,"degrees":-12.5})",
+     "variation 0 -12.500000"},
+    {R"({"request":"magneticVariation","id":3,"source":2,"degrees":190})",
+     "variation 2 190.000000"},
+    {R"({"request":"missionDuration","id":4,"duration":4294967295})", "duration 4294967295"},
+    {R"({"request":"operatingMode","id":5,"mode":-2147483648})", "mode -2147483648"},
+    {R"({"request":"hotStartPort","id":6,"name":"J4COM3","extra":[]})", "port J4COM3"},
+    {R"({"request":"hotStartData","id":7,"hotStartMode":3,"messages":[
+        {"messageId":7,"sequence":1,"bytes":""},{"messageId":-1,"sequence":2,"bytes":"fF8107"}]})",
+     "data 3 2 -1,2,FF8107"},
+};
+
+std::string oneLine(std::string text) {
+    std::erase(text, '\n');
+    return text;
+}
+
+TEST_F(Request, IsCarriedToTheOwnerAndAnsweredWithItsResult) {
+    start();
+    Client client = connect();
+    for (const GoodRequest& request : kGoodRequests) {
+        for (const int result : {0, 1, -5}) {
+            owner.result = result;
+            const json reply = client.askLine(oneLine(request.line));
+            EXPECT_EQ(reply["result"], result == 0 ? 0 : 1) << request.line;
+            EXPECT_EQ(reply["reply"], json::parse(request.line).value("id", json()));
+            EXPECT_EQ(owner.last(), request.call);
+        }
+    }
+    const std::string name(255, 'p');
+    client.ask(json{{"request", "hotStartPort"}, {"name", name}});
+    EXPECT_EQ(owner.last(), "port " + name);
+}
+
+TEST_F(Request, OfAWholeHotStartRecordFits) {
+    start();
+    Client client = connect();
+    json request = {{"request", "hotStartData"}, {"hotStartMode", 0}, {"messages", json::array()}};
+    std::string bytes;
+    for (int i = 0; i < VGPSC_HOT_START_MESSAGE_BYTES; ++i) {
+        bytes += "A5";
+    }
+    for (int i = 1; i <= VGPSC_HOT_START_MESSAGES; ++i) {
+        request["messages"].push_back({{"messageId", 0}, {"sequence", i}, {"bytes", bytes}});
+    }
+    EXPECT_EQ(client.ask(request)["result"], 0);
+    EXPECT_EQ(owner.last(), "data 0 300 0,300," + bytes);
+    request["messages"].push_back({{"messageId", 0}, {"sequence", 1}, {"bytes", ""}});
+    EXPECT_THAT(client.ask(request)["error"], HasSubstr("300 objects"));
+    request["messages"] = {{{"messageId", 0}, {"sequence", 1}, {"bytes", bytes + "00"}}};
+    EXPECT_THAT(client.ask(request)["error"], HasSubstr("4064"));
+}
+
+struct BadRequest {
+    std::string line;
+    const char* error;
+};
+
+std::string padded(const char* before, int count, const char* filling, const char* after) {
+    std::string text(before);
+    for (int i = 0; i < count; ++i) {
+        text += filling;
+    }
+    return text += after;
+}
+
+const BadRequest kBadRequests[] = {
+    {"{", "isn't JSON, at byte 2"},
+    {"GET / HTTP/1.1\r", "isn't JSON"},
+    {std::string("\0\x01\xFF", 3), "isn't JSON"},
+    {"{\"request\":\"\xC3\"}", "isn't JSON"},
+    {"[]", "isn't a JSON object"},
+    {"7", "isn't a JSON object"},
+    {"{}", "\"request\" is missing"},
+    {R"({"request":7})", "\"request\" has to be a text"},
+    {"{\"request\":\"erase\\n\xC3\xA9\"}", "there is no request \"erase???\""},
+    {R"({"request":"missionDuration","id":[1],"duration":1})", "\"id\" has to be"},
+    {R"({"request":"missionDuration"})", "\"duration\" is missing"},
+    {R"({"request":"missionDuration","duration":-1})", "0 to 4294967295"},
+    {R"({"request":"missionDuration","duration":4294967296})", "0 to 4294967295"},
+    {R"({"request":"missionDuration","duration":18446744073709551616})", "0 to 4294967295"},
+    {R"({"request":"missionDuration","duration":1.0})", "0 to 4294967295"},
+    {R"({"request":"missionDuration","duration":"1"})", "0 to 4294967295"},
+    {R"({"request":"operatingMode","mode":2147483648})", "-2147483648 to 2147483647"},
+    {R"({"request":"operatingMode","mode":-2147483649})", "-2147483648 to 2147483647"},
+    {R"({"request":"magneticVariation","source":0,"degrees":"north"})", "\"degrees\" has to be"},
+    {R"({"request":"magneticVariation","source":0,"degrees":1e999})", "number out of range"},
+    {R"({"request":"magneticVariation","source":null,"degrees":1})", "\"source\" has to be"},
+    {R"({"request":"command","commands":{}})", "array of at most 50 objects"},
+    {R"({"request":"command","commands":[1]})", "array of at most 50 objects"},
+    {R"({"request":"command","commands":[{"name":0}]})", "\"type\" is missing"},
+    {R"({"request":"saveVcl","text":"<VCL/>"})", "root element \"VCL\", needed is vcl:VCL"},
+    {R"({"request":"saveVcl","text":"<vcl:VCL>"})", "isn't XML"},
+    {R"({"request":"saveVcl","text":"<vcl:VCL/>\u0000"})", "none of them NUL"},
+    {padded(R"({"request":"saveVcl","text":")", 65536, " ", "\"}"), "at most 65535 bytes"},
+    {padded(R"({"request":"hotStartPort","name":")", 256, "p", "\"}"), "at most 255 bytes"},
+    {R"({"request":"hotStartData","hotStartMode":1,"messages":[{"messageId":1,"sequence":1,)"
+     R"("bytes":"ABC"}]})",
+     "two hexadecimal digits"},
+    {R"({"request":"hotStartData","hotStartMode":1,"messages":[{"messageId":1,"sequence":1,)"
+     R"("bytes":"AG"}]})",
+     "has to be hexadecimal"},
+    {padded("", 100000, "[", ""), "8 levels"},
+    {padded("[", 100000, "{", ""), "isn't JSON"},
+    {padded(R"({"a":[)", 5000, "0,", "0]}"), "4096 values"},
+};
+
+TEST_F(Request, ThatCanNotBeReadIsAnsweredAndSaidOnStandardError) {
+    start();
+    Client client = connectAndGreet();
+    for (const BadRequest& request : kBadRequests) {
+        ::testing::internal::CaptureStderr();
+        const json reply = client.askLine(request.line);
+        const std::string said = ::testing::internal::GetCapturedStderr();
+        EXPECT_THAT(reply.value("error", ""), HasSubstr(request.error)) << request.line;
+        EXPECT_FALSE(reply.contains("result"));
+        EXPECT_THAT(said, ::testing::StartsWith("SOAP 1.2 fault SOAP-ENV:Sender"));
+        EXPECT_THAT(said, HasSubstr(request.error));
+        EXPECT_EQ(said.find('\n'), said.size() - 1);
+        EXPECT_LT(said.size(), 300U);
+    }
+    EXPECT_EQ(owner.begun.value(), 0);
+    EXPECT_EQ(client.askLine(R"({"request":"command","commands":5,"id":9})")["reply"], 9);
+    EXPECT_EQ(client.askLine(kDuration)["result"], 0);
+}
+
+TEST_F(Request, ThatNobodyRegisteredForIsNotOffered) {
+    make();
+    vgpssInitSetMissionDurationCallback(
+        service, [](void*, VgpssService*, unsigned) { return 0; }, nullptr);
+    ASSERT_EQ(vgpssStartService(service), 0);
+    vgpssInitSetOperatingModeCallback(  // too late
+        service, [](void*, VgpssService*, VgpscOperatingMode) { return 0; }, nullptr);
+    Client client = connect();
+    EXPECT_EQ(client.next()["hello"]["requests"], json::array({"missionDuration"}));
+    for (const GoodRequest& request : kGoodRequests) {
+        const json reply = client.askLine(oneLine(request.line));
+        if (json::parse(request.line)["request"] == "missionDuration") {
+            EXPECT_EQ(reply["result"], 0);
+        } else {
+            EXPECT_EQ(reply["error"], "not offered");
+        }
+    }
+}
+
+TEST_F(Request, SpoiledAnywhereGetsOneReplyAndHarmsNothing) {
+    start();
+    Client client = connectAndGreet();
+    const unsigned seed = std::random_device()();
+    SCOPED_TRACE("seed " + std::to_string(seed));
+    std::mt19937 random(seed);
+    ::testing::internal::CaptureStderr();
+    for (const GoodRequest& request : kGoodRequests) {
+        const std::string line = oneLine(request.line);
+        std::vector<std::string> spoiled;
+        for (std::size_t length = 1; length < line.size(); ++length) {
+            spoiled.push_back(line.substr(0, length));
+            std::string mutated = line;
+            mutated[length] = static_cast<char>(random());
+            spoiled.push_back(mutated[length] == '\n' ? line : mutated);
+        }
+        for (const std::string& text : spoiled) {
+            const json reply = client.askLine(text);
+            ASSERT_NE(reply.contains("result"), reply.contains("error")) << text;
+        }
+        ASSERT_EQ(client.askLine(kDuration)["result"], 0);
+    }
+    ::testing::internal::GetCapturedStderr();
+}
+
+TEST_F(Request, OfTooManyBytesIsRefusedAndPassedOver) {
+    start();
+    Client client = connectAndGreet();
+    ::testing::internal::CaptureStderr();
+    // Longer than what a socket buffers: the first part is answered before its end is sent.
+    client.send(std::string(kMaximumLine + 100000, 'x'));
+    EXPECT_THAT(client.reply()["error"], HasSubstr("longer than 4194304 bytes"));
+    client.send(std::string(2 * kMaximumLine, 'x') + "\n \r\n\n" + kDuration + "\n");
+    EXPECT_EQ(client.reply()["result"], 0);
+    EXPECT_EQ(client.askLine(std::string(kMaximumLine, ' ') + kDuration)["reply"], nullptr);
+    EXPECT_EQ(client.askLine(std::string(kMaximumLine - 100, ' ') + kDuration)["result"], 0);
+    ::testing::internal::GetCapturedStderr();
+}
+
+TEST_F(Request, CutOffByTheEndOfItsConnectionIsNotCarriedOut) {
+    start();
+    Client client = connectAndGreet();
+    ::testing::internal::CaptureStderr();
+    client.send(std::string(kDuration) + "\n" + kDuration);
+    client.endRequests();
+    EXPECT_EQ(client.reply()["result"], 0);
+    EXPECT_THAT(client.reply()["error"], HasSubstr("the connection ended"));
+    EXPECT_EQ(owner.begun.value(), 1);
+    vgpssTellDeviceDatumCode(service, 206, 0);  // who only listens on still hears
+    EXPECT_EQ(client.data(kDevice)["datumCode"], 206);
+    EXPECT_THAT(::testing::internal::GetCapturedStderr(), HasSubstr("SOAP-ENV:Sender"));
+}
+
+TEST_F(Request, UnderWayHoldsUpNobodyElse) {
+    make();
+    holdCallbacks();
+    owner.offerAll(service);
+    Count ticks;
+    vgpssInitPubGroup(service, 1, 0.01);
+    vgpssInitTellCallback(
+        service, 1, [](void* data, VgpssService*) { static_cast<Count*>(data)->add(); }, &ticks);
+    ASSERT_EQ(vgpssStartService(service), 0);
+
+    Client patient = connectAndGreet();
+    patient.send(std::string(kDuration) + "\n" + kDuration + "\n");
+    ASSERT_TRUE(owner.begun.reaches(1));
+    Client other = connectAndGreet();
+    vgpssTellStatusData(service, 0, statusAt(1), nullptr);
+    EXPECT_EQ(other.data(kStatus)["receiverTime"], 1);
+    EXPECT_EQ(patient.data(kStatus)["receiverTime"], 1);
+    EXPECT_TRUE(ticks.reaches(ticks.value() + 3));
+    other.send(std::string(kDuration) + "\n");
+    ASSERT_TRUE(owner.begun.reaches(2));
+    EXPECT_EQ(owner.ended.value(), 0);
+    release.add();
+    EXPECT_EQ(patient.reply()["result"], 0);
+    EXPECT_EQ(patient.reply()["result"], 0);
+    EXPECT_EQ(other.reply()["result"], 0);
+}
+
+TEST_F(Request, OfOneClientAreCarriedOutInTurn) {
+    std::atomic<int> together{0};
+    owner.during = [&] {
+        EXPECT_EQ(++together, 1);
+        std::this_thread::yield();
+        --together;
+    };
+    start();
+    Client client = connectAndGreet();
+    std::string lines;
+    for (int i = 0; i < 200; ++i) {
+        lines += R"({"request":"missionDuration","id":)" + std::to_string(i) + R"(,"duration":)" +
+                 std::to_string(i) + "}\n";
+    }
+    client.send(lines);
+    for (int i = 0; i < 200; ++i) {
+        ASSERT_EQ(client.reply()["reply"], i);
+    }
+    EXPECT_EQ(owner.last(), "duration 199");
+}
+
+TEST_F(Request, OfAClientThatVanishesIsCarriedOutAndTheServiceGoesOn) {
+    holdCallbacks();
+    start();
+    {
+        Client client = connectAndGreet();
+        client.send(std::string(kDuration) + "\n" + kDuration + "\n" + kDuration);
+        ASSERT_TRUE(owner.begun.reaches(1));
+    }
+    Client other = connectAndGreet();
+    vgpssTellStatusData(service, 0, statusAt(1), nullptr);
+    EXPECT_EQ(other.data(kStatus)["receiverTime"], 1);
+    release.add();
+    EXPECT_TRUE(owner.ended.reaches(2));  // the third was cut off
+    EXPECT_EQ(other.askLine(kDuration)["result"], 0);
+    EXPECT_EQ(owner.ended.value(), 3);
+}
+
+// --- Clients ------------------------------------------------------------------------------------
+
+TEST_F(Request, AClientThatNeverReadsIsDroppedAndOthersMissNothing) {
+    start();
+    Client stalled = connect();
+    Client reader = connectAndGreet();
+    ::testing::internal::CaptureStderr();
+    const auto hotStart = std::make_unique<VgpscReceiverHotStartData>();
+    hotStart->messageCount = VGPSC_HOT_START_MESSAGES;
+    for (VgpscHotStartMessage& message : hotStart->messages) {
+        message.length = VGPSC_HOT_START_MESSAGE_BYTES;
+    }
+    for (unsigned i = 1; i <= 6; ++i) {  // 1.3 MB each
+        hotStart->hotStartMode = i;
+        vgpssTellDeviceReceiverHotStartData(service, *hotStart);
+        EXPECT_EQ(reader.data(kDevice)["hotStartData"]["hotStartMode"], i);
+    }
+    EXPECT_THAT(::testing::internal::GetCapturedStderr(), HasSubstr("dropped client 1"));
+    EXPECT_TRUE(stalled.seesTheEnd());
+}
+
+TEST_F(Request, ClientsBeyondTheBoundAreTurnedAwayUntilOneLeaves) {
+    start();
+    std::vector<std::unique_ptr<Client>> clients;
+    for (int i = 0; i < 64; ++i) {
+        clients.push_back(std::make_unique<Client>(endpoint()));
+        ASSERT_TRUE(clients.back()->next().contains("hello"));
+    }
+    Client refused = connect();
+    EXPECT_THAT(refused.next()["error"], HasSubstr("too many clients"));
+    EXPECT_TRUE(refused.seesTheEnd());
+    clients.pop_back();
+    bool welcome = false;
+    for (const auto deadline = Clock::now() + kPatience; !welcome && Clock::now() < deadline;) {
+        welcome = connect().next().contains("hello");
+    }
+    EXPECT_TRUE(welcome);
+}
+
+}  // namespace
+}  // namespace victory_test
