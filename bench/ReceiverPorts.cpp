@@ -15,7 +15,8 @@
 namespace bench {
 namespace {
 
-constexpr int pipeBytes = 1 << 20;
+/** As much as one read of the server takes: a larger queue would be cut inside a record. */
+constexpr int pipeBytes = 0x20000;
 constexpr std::size_t readBytes = 65536;
 constexpr std::size_t recordOverhead = 56;
 constexpr std::size_t countOffset = 48;  ///< of num_bytes, from the encapsulation header on
