@@ -116,14 +116,17 @@ DeviceRoot::DeviceRoot() : m_path(makeDirectory()) {
 }
 
 DeviceRoot::~DeviceRoot() {
-    if (m_kept) {
-        ::kill(m_remover, SIGKILL);
-    } else {
+    if (!m_kept) {
         std::error_code ignored;
         fs::remove_all(m_path, ignored);
     }
     m_removerInput.close();
     ::waitpid(m_remover, nullptr, 0);
+}
+
+void DeviceRoot::keep() {
+    m_kept = true;
+    ::kill(m_remover, SIGKILL);
 }
 
 fs::path DeviceRoot::file(const std::string& platformPath) const {

@@ -43,8 +43,8 @@ public:
     /** The plain path of the server's own file: the argument of the server, as on the unit. */
     static std::string serverArgument();
 
-    /** The directory stays behind when the object goes. */
-    void keep() { m_kept = true; }
+    /** The directory stays behind, however this process ends. */
+    void keep();
 
     bool hasContainer(const std::string& file, const std::string& container) const;
     /** The text of a parameter of the container named `container`, or empty. */

@@ -29,7 +29,7 @@ void RunTally::take(const nlohmann::json& line) {
     const auto name = report->get<std::string>();
     ++m_reports[name];
     if (const auto dropped = line.find("dropped"); dropped != line.end()) {
-        m_dropped[name] = dropped->is_number_unsigned() ? dropped->get<std::uint64_t>() : 0;
+        m_dropped[name] = dropped->is_number_integer() ? dropped->get<std::uint64_t>() : 0;
     }
     const auto time = nlohmann::json::json_pointer("/data/receiverTime");
     if (name == status && line.contains(time) && line[time].is_number()) {

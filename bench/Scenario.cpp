@@ -21,9 +21,9 @@ constexpr unsigned missionDuration = 72;
 constexpr std::size_t missionStep = 10;
 constexpr double clockAtStart = 345580;  // [s] of the receiver's own clock
 constexpr sys_time<milliseconds> start{sys_days{2024y / February / 28} + 23h + 59min + 40s};
-constexpr double variation = -7.25;        // [deg]
-constexpr double variationDrift = 0.0005;  // [deg] a cycle
-constexpr unsigned warningOfFix = 6;       // a number without a code: its text goes out
+constexpr double variation = -7.25;      // [deg]
+constexpr double variationDrift = 0.01;  // [deg] a minute
+constexpr unsigned warningOfFix = 6;     // a number without a code: its text goes out
 
 /** The way of a satellite: on a circle through the sky, drawn tight so that a minute shows it. */
 struct Orbit {
@@ -123,7 +123,7 @@ ReceiverState scenarioAt(std::size_t cycle) {
         static_cast<std::size_t>(std::ranges::count_if(state.channels, &Channel::inUse));
     state.precision = precisionWith(used);
     state.mode = state.positionValid ? 4 : 1;
-    state.magneticVariation = variation + variationDrift * static_cast<double>(cycle);
+    state.magneticVariation = variation + variationDrift * static_cast<double>(cycle / 60);
     state.missionDuration = missionDuration - static_cast<unsigned>(std::min<std::size_t>(
                                                   cycle / missionStep, missionDuration));
     state.keyStatus = 1U << 12 | 8U << 2;

@@ -172,7 +172,7 @@ void Run::tellEnding(const char* when) {
     const auto ending = m_server->wait(within(0ms));
     const auto lines = m_server->lines();
     printErrorLine("The server ended ", ending ? words(*ending) : "", " ", when,
-                   ". Its last lines:");
+                   lines.empty() ? ". It printed nothing." : ". Its last lines:");
     for (std::size_t at = lines.size() - std::min(lines.size(), lastLines); at < lines.size();
          ++at) {
         printErrorLine("  ", lines[at].text);

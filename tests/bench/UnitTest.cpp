@@ -73,6 +73,17 @@ TEST(DeviceRoot, GoesWithAKilledProcess) {
     EXPECT_TRUE(eventually([&] { return !fs::exists(path); })) << path;
 }
 
+TEST(DeviceRoot, StaysWhenItIsKept) {
+    fs::path path;
+    {
+        DeviceRoot root;
+        root.keep();
+        path = root.path();
+    }
+    EXPECT_TRUE(fs::exists(path / "dev/mem"));
+    fs::remove_all(path);
+}
+
 TEST(DeviceRoot, ParametersAreEditedInPlace) {
     DeviceRoot root;
     const char* server = "VGpsReceiverServer";

@@ -1,0 +1,171 @@
+/** What a run plays, and how it counts what comes of it. */
+#include <gmock/gmock.h>
+
+#include <future>
+
+#include "bench/DeviceRoot.h"
+#include "bench/FrameBuilder.h"
+#include "bench/Receiver.h"
+#include "bench/ReceiverPorts.h"
+#include "bench/RunTally.h"
+#include "bench/Scenario.h"
+
+namespace bench {
+namespace {
+
+using namespace std::chrono_literals;
+using nlohmann::json;
+using testing::Contains;
+using testing::EndsWith;
+using testing::HasSubstr;
+using Channel = ReceiverPorts::Channel;
+
+std::vector<unsigned> idsOf(ReceiverPorts& queue, std::size_t count) {
+    std::vector<unsigned> ids;
+    while (ids.size() < count) {
+        const auto message = queue.receive(Channel::TyrHc, within(10s));
+        if (!message) {
+            break;
+        }
+        ids.push_back(message->data()[2] + 256U * message->data()[3]);
+    }
+    return ids;
+}
+
+TEST(Receiver, PlaysItsSourceInOrderAndTakesCommands) {
+    const DeviceRoot root;
+    ReceiverPorts ports(root);
+    ReceiverPorts server(root);
+    std::promise<void> over;
+    Receiver receiver(
+        ports,
+        [&](std::size_t cycle) {
+            if (cycle < 2) {
+                return std::optional(scenarioAt(5 + cycle));
+            }
+            over.set_value();
+            return std::optional<ReceiverState>();
+        },
+        1ms);
+    EXPECT_THAT(idsOf(server, 13), testing::ElementsAre(5040, 8504, 8040, 5047, 5048, 5042,  //
+                                                        5040, 8504, 8040, 5047, 5048, 5042, 5044));
+    ASSERT_EQ(over.get_future().wait_for(10s), std::future_status::ready);
+    server.send(Channel::HcTyr, FrameBuilder(5402, 0x9000, 67).frame());
+    server.send(Channel::DtIn, FrameBuilder(5402, 0x9000, 67).frame());
+    server.sendRaw(Channel::HcTyr, Bytes(56, 0xFF));
+    const Deadline deadline = within(10s);
+    while ((receiver.tally().commands < 2 || receiver.tally().unreadable < 1) &&
+           std::chrono::steady_clock::now() < deadline) {
+    }
+    receiver.stop();
+    const Receiver::Tally tally = receiver.tally();
+    EXPECT_EQ(tally.commands, 2U);
+    EXPECT_EQ(tally.unreadable, 1U);
+    EXPECT_EQ(tally.frames, 13U);
+    EXPECT_EQ(tally.framesLost, 0U);
+    EXPECT_EQ(tally.cycles.size(), 2U);
+    EXPECT_TRUE(tally.finished);
+}
+
+TEST(Receiver, KeepsItsRateAndStopsAtOnce) {
+    const DeviceRoot root;
+    ReceiverPorts ports(root);
+    ReceiverPorts server(root);
+    Receiver receiver(ports, scenarioAt, 50ms);
+    const auto start = std::chrono::steady_clock::now();
+    idsOf(server, 4 * 6 + 1);
+    const std::chrono::duration<double> took = std::chrono::steady_clock::now() - start;
+    EXPECT_NEAR(took.count(), 0.2, 0.1);
+    receiver.stop();
+    EXPECT_FALSE(receiver.tally().finished);
+}
+
+json report(const std::string& kind, double time = -1) {
+    json line{{"report", kind}, {"sequence", 1}, {"data", json::object()}};
+    if (time >= 0) {
+        line["data"]["receiverTime"] = time;
+    }
+    return line;
+}
+
+Receiver::Tally sentCycles(std::vector<double> times) {
+    Receiver::Tally sent;
+    sent.cycles = std::move(times);
+    return sent;
+}
+
+constexpr const char* health = "GPS_RECEIVER_SATELLITE_HEALTH_STATUS";
+constexpr const char* health2 = "GPS_RECEIVER_SATELLITE_HEALTH_STATUS_2";
+
+RunTally tallyOf(const std::vector<double>& statuses, std::size_t healths) {
+    RunTally tally;
+    for (const double time : statuses) {
+        tally.take(report("GPS_RECEIVER_STATUS", time));
+    }
+    for (std::size_t count = 0; count < healths; ++count) {
+        tally.take(report(health));
+        tally.take(report(health2));
+    }
+    return tally;
+}
+
+TEST(RunTally, TellsWhatIsMissing) {
+    struct Case {
+        const char* name;
+        std::vector<double> statuses;
+        std::size_t healths;
+        std::size_t missing;
+    };
+    const Case cases[] = {
+        {"all came", {1, 2, 3, 4}, 4, 0},
+        {"the server started late", {3, 4}, 2, 0},
+        {"and in the middle of a cycle", {3, 4}, 3, 0},
+        {"a status in between is missing", {1, 2, 4}, 4, 1},
+        {"the last is missing", {1, 2, 3}, 3, 3},
+        {"health is missing", {1, 2, 3, 4}, 3, 2},
+        {"nothing came", {}, 0, 12},
+        {"one came twice for another", {1, 2, 2, 4}, 4, 1},
+    };
+    const auto sent = sentCycles({1, 2, 3, 4});
+    for (const Case& each : cases) {
+        const RunTally tally = tallyOf(each.statuses, each.healths);
+        EXPECT_EQ(tally.missing(sent), each.missing) << each.name;
+        EXPECT_EQ(tally.complete(sent), each.missing == 0) << each.name;
+    }
+    EXPECT_TRUE(RunTally().complete({}));
+}
+
+TEST(RunTally, WhatWasLostOnTheWayIsNotComplete) {
+    const RunTally whole = tallyOf({1}, 1);
+    auto sent = sentCycles({1});
+    ASSERT_TRUE(whole.complete(sent));
+    sent.framesLost = 1;
+    EXPECT_FALSE(whole.complete(sent));
+    sent.framesLost = 0;
+    sent.unreadable = 1;
+    EXPECT_FALSE(whole.complete(sent));
+
+    RunTally dropped = whole;
+    json line = report(health);
+    line["dropped"] = 2;
+    dropped.take(line);
+    EXPECT_FALSE(dropped.complete(sentCycles({1})));
+}
+
+TEST(RunTally, SummaryNamesEveryKindAndTheLostTimes) {
+    RunTally tally = tallyOf({1, 3}, 4);
+    tally.take(report("GPS_RECEIVER_STATUS_2", 1));
+    for (const json& odd : {json{{"report", 5}}, json{{"hello", json::object()}}, json::object(),
+                            json{{"report", "GPS_RECEIVER_STATUS"}, {"data", 7}}}) {
+        tally.take(odd);
+    }
+    const auto lines = tally.summary(sentCycles({1, 2, 3, 4}));
+    EXPECT_THAT(lines,
+                Contains(testing::AllOf(HasSubstr("GPS_RECEIVER_STATUS "), EndsWith("2 of 4"))));
+    EXPECT_THAT(lines, Contains(testing::AllOf(HasSubstr(health), EndsWith("4 of 4"))));
+    EXPECT_THAT(lines, Contains(testing::AllOf(HasSubstr("GPS_RECEIVER_STATUS_2"), EndsWith("1"))));
+    EXPECT_THAT(lines, Contains(EndsWith(" 2, 4")));
+}
+
+}  // namespace
+}  // namespace bench
