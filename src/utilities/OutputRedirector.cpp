@@ -95,7 +95,7 @@ void COutputRedirector::reset() {
 }
 
 /** Opened once and never closed: the library may have kept a pointer to it, or be in the middle of
- * a print when the redirection ends.
+ *  a print when the redirection ends.
  */
 std::FILE* COutputRedirector::capturedStream() {
     static char buffer[16384];

@@ -10,15 +10,14 @@
 /** Points C stdio's `stdout` and `stderr` at a function; std::cout and std::cerr stay as they are.
  *
  *  One redirection is in force at a time, whatever the number of objects. The captured stream is
- *  line-buffered: a line that fits its buffer arrives whole, however many calls printed it, and
- * what an fflush pushes out arrives at once. Prints of several threads arrive one at a time.
+ *  line-buffered: a line that fits its buffer of 16 KiB arrives whole, however many calls printed
+ *  it, and what an fflush pushes out arrives at once. Prints of several threads arrive in turn.
  */
 class COutputRedirector {
 public:
-    /** Takes a piece of text (NUL-terminated behind `size`), on the thread that printed it and
-     * while the stream is locked: it must not wait for a thread that may print. Returns how many
-     * bytes it took; 0 lets the text go to the saved standard output, and so does all that it
-     * prints itself.
+    /** Takes a piece of text (NUL-terminated behind `size`), on the thread that printed it and with
+     *  the stream locked: it must not wait for a thread that may print. Returns how many bytes it
+     *  took; 0 lets the text go to the saved standard output, as all goes that it prints itself.
      */
     using Writer = std::function<int(const char* text, unsigned size)>;
 
@@ -28,14 +27,14 @@ public:
     COutputRedirector& operator=(const COutputRedirector&) = delete;
 
     /** True when both streams now go to `writer`. False, with nothing changed, when a redirection
-     * is in force already or the stream cannot be opened.
+     *  is in force already or the stream cannot be opened.
      */
     bool redirect(Writer writer);
 
     /** Ends this object's redirection, if it is in force: the rest of an unfinished line goes to
-     * the writer, then both streams are again what they were. A call of the writer on another
-     * thread has ended when this returns. A print that began before and writes after it reaches the
-     *  original standard output. Not to be called while another thread reassigns `stdout`.
+     *  the writer, and both streams are again what they were. No call of the writer runs any more
+     *  when this returns. A print that began before and writes after it reaches the saved standard
+     *  output.
      */
     void reset();
 

@@ -26,7 +26,7 @@ void cstr_replace(char* text, const char* chars, char replacement);
 char* strncpy_prot(char* dst, const char* src, std::size_t size);
 
 /** Appends contiguous pieces of `size` characters to `out`, the last possibly shorter. A `size` of
- * 0 counts as 1.
+ *  0 counts as 1.
  */
 void splitToChunks(const std::string& text, unsigned size, std::vector<std::string>& out);
 std::vector<std::string> splitToChunks(const std::string& text, unsigned size);

@@ -1,5 +1,5 @@
 /** The civil and the GPS calendar. Pure functions, safe from any thread and defined for every
- * input.
+ *  input.
  *
  *  Weeks are counted in full from the GPS epoch, 1980-01-06; day 0 of a week is Sunday. A result
  *  beyond the range of int gives the nearest end of it.

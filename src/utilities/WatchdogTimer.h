@@ -13,11 +13,11 @@
  *
  *  Every operation may be called from any thread; starts and cancels take their turns. A start or
  *  cancel that finds the callback running waits for its end, so its caller may hold locks of its
- * own only when the callback needs none of them.
+ *  own only when the callback needs none of them.
  *
  *  The callback runs on the timer's thread with the timer's mutex held. It may cancel or pet its
  *  timer, which then changes nothing, but neither start nor destroy it. What it throws ends there,
- * in a line on the console.
+ *  in a line on the console.
  */
 class WatchdogTimer {
 public:

@@ -111,7 +111,7 @@ TEST(WatchdogTimer, PeriodsBeyondTheClocksRange) {
 }
 
 /** Pets a timer for three of its periods; true if it held still as long and expired afterwards,
- * false if it expired meanwhile, which a stalled machine can cause.
+ *  false if it expired meanwhile, which a stalled machine can cause.
  */
 bool heldByPetting() {
     constexpr auto period = 80ms;
