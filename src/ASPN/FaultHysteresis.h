@@ -49,7 +49,9 @@ public:
 
 private:
     EventTypes::eEventType record(EventTypes::eEventType type, std::string key) EXCLUDES(m_mutex);
+    /** Drops the entries past the age limit. */
     void service(Clock::time_point now) REQUIRES(m_mutex);
+    /** The type to publish with: that of the event, whatever the history holds. */
     EventTypes::eEventType hysteresis(EventTypes::eEventType type, const std::string& key) const
         REQUIRES(m_mutex);
 

@@ -32,7 +32,7 @@ TEST(EventQueue, FullQueueRefusesPlainEventsAlone) {
         EXPECT_EQ(queue.push_back(3, std::to_string(i)), true);
     }
     EXPECT_FALSE(queue.push_back(3, "lost"));
-    queue.push_back_config("version");
+    queue.push_back_config("version", 0);  // 0 names no event, plain ones included
     EXPECT_EQ(queue.size(), 11U);
     EXPECT_EQ(pop(queue), "3 0");
     EXPECT_FALSE(queue.push_back(3, "lost"));  // the waiting configuration event counts, too
