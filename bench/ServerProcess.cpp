@@ -36,17 +36,14 @@ std::vector<std::string> mergedEnvironment(const std::map<std::string, std::stri
         }
     }
     for (const auto& [name, value] : added) {
-        all.push_back(name + "=" + value);
+        all.push_back(std::string(name).append("=").append(value));
     }
     return all;
 }
 
 std::vector<char*> pointers(std::vector<std::string>& texts) {
-    std::vector<char*> result;
-    for (std::string& text : texts) {
-        result.push_back(text.data());
-    }
-    result.push_back(nullptr);
+    std::vector<char*> result(texts.size() + 1);
+    std::ranges::transform(texts, result.begin(), [](std::string& text) { return text.data(); });
     return result;
 }
 
