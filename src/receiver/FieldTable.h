@@ -92,14 +92,14 @@ constexpr FieldTable<Packed, Fields...> table(Fields...) {
 
 /** One value at byte `offset`, in the format named. */
 #define WIRE_FIELD(offset, format, member)                  \
-    wire::field<wire::Slot<offset, wire::format>>(          \
+    wire::field<wire::Slot<(offset), wire::format>>(        \
         [](const Record& record) { return record.member; }, \
         [](Record& record, const auto& value) { record.member = value; })
 
 /** `count` bits of byte `offset`, from bit `first` on. */
-#define WIRE_BITS(offset, first, count, member)                \
-    wire::field<wire::Slot<offset, wire::Bits<first, count>>>( \
-        [](const Record& record) { return record.member; },    \
+#define WIRE_BITS(offset, first, count, member)                      \
+    wire::field<wire::Slot<(offset), wire::Bits<(first), (count)>>>( \
+        [](const Record& record) { return record.member; },          \
         [](Record& record, unsigned value) { record.member = value & ((1U << (count)) - 1); })
 
 /** Bytes that go into the record as they stand. */

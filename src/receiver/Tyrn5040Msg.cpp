@@ -6,7 +6,8 @@ namespace {
 
 using Record = Tyrn_5040_Msg::unpacked_msg5040_t;
 
-// clang-format off: one field a line
+// One field a line.
+// clang-format off
 constexpr auto kFields = wire::table<Tyrn_5040_Msg::packed_msg5040_t>(
     WIRE_FIELD(0x00, PdpDouble, timeOfValidity), WIRE_FIELD(0x24, U16, dateWordA),
     WIRE_FIELD(0x26, U16, hours), WIRE_FIELD(0x28, U16, minutes), WIRE_FIELD(0x2A, U16, seconds),

@@ -6,7 +6,8 @@ namespace {
 
 using Record = Tyrn_5042_Msg::unpacked_msg5042_t;
 
-// clang-format off: one field a line
+// One field a line.
+// clang-format off
 constexpr auto kFields = wire::table<Tyrn_5042_Msg::packed_msg5042_t>(
     WIRE_FIELD(0x00, PdpDouble, timeOfValidity), WIRE_BITS(0x60, 1, 1, missionFlag),
     WIRE_FIELD(0x74, U16, missionDurationRemaining));

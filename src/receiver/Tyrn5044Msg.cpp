@@ -23,7 +23,8 @@ namespace {
 
 using Record = Tyrn_5044_Msg::unpacked_msg5044_t;
 
-// clang-format off: one field a line
+// One field a line.
+// clang-format off
 constexpr auto kFields = wire::table<Tyrn_5044_Msg::packed_msg5044_t>(
     WIRE_FIELD(0x00, PdpDouble, timeOfValidity), WIRE_FIELD(0x08, U16, warningNumber),
     WIRE_FIELD(0x0A, SwappedText, text));

@@ -1,12 +1,15 @@
 #include "receiver/Tyrn8040Msg.h"
 
+#include <algorithm>
+
 #include "receiver/FieldTable.h"
 
 namespace {
 
 using Record = Tyrn_8040_Msg::unpacked_msg8040_t;
 
-// clang-format off: one field a line
+// One field a line.
+// clang-format off
 constexpr auto kFields = wire::table<Tyrn_8040_Msg::packed_msg8040_t>(
     WIRE_FIELD(0x00, PdpDouble, timeOfValidity), WIRE_FIELD(0x08, U16, status2Word),
     WIRE_BYTES(0x0A, carried));
@@ -19,7 +22,7 @@ bool Tyrn_8040_Msg::ok_set_8040_gpsip(unsigned char const* frame, unsigned int b
         gssip::dataWordsOf(bytes) > m_wdcnt) {
         return false;
     }
-    std::memcpy(m_frame, frame, bytes - bytes % 2);
+    std::memcpy(m_frame, frame, std::min<std::size_t>(bytes, sizeof m_buffer));
     return m_frame[gssip::kIdIndex] == m_msgId;
 }
 

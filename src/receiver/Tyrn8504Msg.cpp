@@ -11,7 +11,8 @@ constexpr std::size_t kTimeOfValidity = 0x00;
 constexpr std::size_t kStatusBits = 0x60;
 using ReceiverFailure = wire::Slot<kStatusBits, wire::Bits<4, 1>>;
 
-// clang-format off: one field a line
+// One field a line.
+// clang-format off
 constexpr auto kFields = wire::table<Tyrn_8504_Msg::packed_msg8504_t>(
     WIRE_FIELD(kTimeOfValidity, PdpDouble, timeOfValidity), WIRE_FIELD(0x08, PdpDouble, timeOfDay),
     WIRE_FIELD(0x10, CapsDouble, extraDoubleA), WIRE_FIELD(0x16, CapsDouble, extraDoubleB),

@@ -6,7 +6,8 @@ namespace {
 
 using Record = Tyrn_SVRise_Msg::unpacked_SVRise_msg_t;
 
-// clang-format off: one field a line
+// One field a line.
+// clang-format off
 constexpr auto kFields = wire::table<Tyrn_SVRise_Msg::packed_SVRise_msg_t>(
     WIRE_FIELD(0x00, PdpDouble, timeOfValidity), WIRE_BYTES(0x08, slots));
 // clang-format on

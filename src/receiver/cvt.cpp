@@ -18,9 +18,9 @@ unsigned char* bytesOf(unsigned short* words) {
 
 /** A number whose sign and fraction together are a two's complement: 1.F times 2^E with the sign
  *  clear, -(2 - 0.F) times 2^E with it set. The last word holds E, the sign and the top 7 bits of
- * F, `lowFraction` the other `lowBits`. */
+ *  F; `lowFraction` the other `lowBits`. */
 double fromTwosComplement(unsigned short lastWord, unsigned lowFraction, int lowBits) {
-    const int exponent = static_cast<signed char>(lastWord >> 8);
+    const int exponent = static_cast<std::int16_t>(lastWord) >> 8;
     if (exponent == -128) {
         return 0.0;
     }

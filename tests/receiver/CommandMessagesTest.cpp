@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <limits>
 #include <map>
 
 #include "receiver/ReceiverFixture.h"
@@ -104,6 +105,6 @@ TEST(TyrnUnitSetup, ValueBeyondItsEnumerationChangesNothing) {
     message.setMagVariation(10.0, static_cast<e5330_MagVarUnits>(5));
     message.setMagVariation(10.0, static_cast<e5330_MagVarUnits>(0xFFFFFFFF));
     message.setMagVariation(std::nan(""), e5330_MagVarUnits::Degrees);
-    message.setMagVariation(-INFINITY, e5330_MagVarUnits::Degrees);
+    message.setMagVariation(-std::numeric_limits<double>::infinity(), e5330_MagVarUnits::Degrees);
     EXPECT_EQ(sent(message), Set{});
 }

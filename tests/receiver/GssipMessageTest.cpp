@@ -100,7 +100,7 @@ TEST(GssipMessage, WithoutABufferDoesNothing) {
     GssipMessage message;
     Sink sink;
     const Bytes bytes(40);
-    for (unsigned short length = 0; length < bytes.size(); ++length) {
+    for (unsigned short length = 0; length < 40; ++length) {
         EXPECT_FALSE(message.OkSetContent(bytes.data(), length)) << length;
     }
     message.set_gpsip_wdcnt(5);

@@ -3,6 +3,7 @@
 #include <cmath>
 #include <limits>
 #include <random>
+#include <tuple>
 
 #include "receiver/ReceiverFixture.h"
 #include "receiver/cvt.h"
@@ -17,16 +18,19 @@ namespace {
 constexpr double kInf = std::numeric_limits<double>::infinity();
 constexpr int kRandomCases = 100000;
 
-/** A number by its fields, worked out in floating point: (-1)^S * 0.1F * 2^(E - 128), with at most
- *  53 bits of 0.1F. */
-double valueOf(bool negative, int exponent, std::uint64_t fraction, int fractionBits) {
-    std::uint64_t significand = fraction | std::uint64_t{1} << fractionBits;
-    int scale = exponent - 128 - fractionBits - 1;
+/** `significand` * 2^`scale`, cut to 53 bits. */
+double scaled(bool negative, std::uint64_t significand, int scale) {
     for (; significand >> 53 != 0; ++scale) {
         significand /= 2;
     }
     const double magnitude = std::ldexp(static_cast<double>(significand), scale);
-    return negative ? -magnitude : magnitude;
+    return negative && significand != 0 ? -magnitude : magnitude;
+}
+
+/** A number by its fields, worked out in floating point: (-1)^S * 0.1F * 2^(E - 128). */
+double valueOf(bool negative, int exponent, std::uint64_t fraction, int fractionBits) {
+    return scaled(negative, fraction | std::uint64_t{1} << fractionBits,
+                  exponent - 128 - fractionBits - 1);
 }
 
 /** F of a PDP number of `count` words. */
@@ -38,39 +42,36 @@ std::uint64_t fractionOf(const Words& words, std::size_t count) {
     return fraction;
 }
 
+template <std::size_t kWords, typename Number>
+Words encoded(void (*encode)(Number const*, unsigned short*), Number value) {
+    Words words(kWords + 1, 0xBEEF);
+    encode(&value, words.data());
+    EXPECT_EQ(words.back(), 0xBEEF);
+    words.pop_back();
+    return words;
+}
+
 Words pdpDouble(double value) {
-    Words words(4, 0xBEEF);
-    cnvpcd(&value, words.data());
-    return words;
+    return encoded<4>(cnvpcd, value);
 }
-
 Words pdpFloat(float value) {
-    Words words(2, 0xBEEF);
-    cnvpcs(&value, words.data());
-    return words;
+    return encoded<2>(cnvpcs, value);
 }
-
 Words capsDouble(double value) {
-    Words words(3, 0xBEEF);
-    CnvPcD2CapsE(&value, words.data());
-    return words;
+    return encoded<3>(CnvPcD2CapsE, value);
 }
-
 Words capsFloat(float value) {
-    Words words(2, 0xBEEF);
-    CnvPcF2CapsF(&value, words.data());
-    return words;
+    return encoded<2>(CnvPcF2CapsF, value);
 }
 
+/** Random numbers by a seed that a failure shows. */
 class RandomNumbers : public testing::Test {
 protected:
-    RandomNumbers() { RecordProperty("seed", std::to_string(m_seed)); }
-
-    void SetUp() override { std::cout << "seed " << m_seed << '\n'; }
     std::uint64_t draw() { return m_random(); }
 
 private:
-    std::random_device::result_type m_seed = std::random_device{}();
+    const unsigned m_seed = std::random_device{}();
+    const testing::ScopedTrace m_trace{__FILE__, __LINE__, "seed " + std::to_string(m_seed)};
     std::mt19937_64 m_random{m_seed};
 };
 
@@ -161,81 +162,72 @@ TEST_F(RandomNumbers, SurviveTheWayThereAndBack) {
     }
 }
 
-TEST(PdpDModf, SplitsKnownNumbers) {
-    struct Case {
-        Words words;
-        double whole;
-        double fraction;
-    };
-    const Case cases[] = {{{0x459A, 0x5000, 0, 0}, 1234.0, 0.5},
-                          {{0xC150, 0, 0, 0}, -3.0, -0.25},
-                          {{0x4000, 0, 0, 0}, 0.0, 0.5},
-                          {{0xC000, 0, 0, 0}, 0.0, -0.5},
-                          {{0, 0, 0, 0}, 0.0, 0.0},
-                          {{0xC100, 0, 0, 0}, -2.0, 0.0},
-                          // The last bits of F, which a double of the whole number would lose.
-                          {{0x4080, 0, 0, 1}, 1.0, 0x1p-55},
-                          {{0x40FF, 0xFFFF, 0xFFFF, 0xFFFF}, 1.0, 0x1.FFFFFFFFFFFFFp-1},
-                          {{0x5B80, 0, 0, 1}, 0x1p54, 0.5},
-                          {{0x5C00, 0, 0, 0x000F}, 0x1.0000000000001p55, 0.0}};
-    for (const Case& each : cases) {
-        double whole = -1.0;
-        const double fraction = PdpD_modf(each.words.data(), &whole);
-        EXPECT_EQ(whole, each.whole);
-        EXPECT_EQ(fraction, each.fraction) << each.whole;
-        EXPECT_EQ(std::signbit(fraction), each.fraction < 0.0) << each.whole;
-        EXPECT_EQ(std::signbit(whole), each.whole < 0.0) << each.whole;
+TEST(NumberFormats, SplitOfKnownNumbers) {
+    const std::tuple<Words, double, double> cases[] = {
+        {{0x459A, 0x5000, 0, 0}, 1234.0, 0.5},
+        {{0xC150, 0, 0, 0}, -3.0, -0.25},
+        {{0x4000, 0, 0, 0}, 0.0, 0.5},
+        {{0xC000, 0, 0, 0}, 0.0, -0.5},
+        {{0, 0, 0, 0}, 0.0, 0.0},
+        {{0xC100, 0, 0, 0}, -2.0, 0.0},
+        // The last bits of F, which a double of the whole number would lose.
+        {{0x4080, 0, 0, 1}, 1.0, 0x1p-55},
+        {{0x40FF, 0xFFFF, 0xFFFF, 0xFFFF}, 1.0, 0x1.FFFFFFFFFFFFFp-1},
+        {{0x5B80, 0, 0, 1}, 0x1p54, 0.5},
+        {{0x5C00, 0, 0, 0x000F}, 0x1.0000000000001p55, 0.0}};
+    for (const auto& [words, whole, fraction] : cases) {
+        double integerPart = -1.0;
+        const double rest = PdpD_modf(words.data(), &integerPart);
+        EXPECT_EQ(integerPart, whole);
+        EXPECT_EQ(rest, fraction) << whole;
+        EXPECT_EQ(std::signbit(rest), fraction < 0.0) << whole;
+        EXPECT_EQ(std::signbit(integerPart), whole < 0.0) << whole;
     }
 }
 
 TEST_F(RandomNumbers, SplitIntoWholeAndFraction) {
     for (int i = 0; i < kRandomCases; ++i) {
-        // All exponents around those that have both parts.
+        // All exponents that have both parts, and a few to either side.
         const std::uint64_t bits = draw();
-        const int exponent = 125 + static_cast<int>(bits % 64);
-        const std::uint64_t significand = std::uint64_t{1} << 55 | bits >> 9;
-        const std::uint64_t pdp = (bits & 256) << 55 | static_cast<std::uint64_t>(exponent) << 55 |
-                                  (significand & ((std::uint64_t{1} << 55) - 1));
-        const int restBits = std::clamp(56 - (exponent - 128), 0, 56);
-        const std::uint64_t whole = restBits == 56 ? 0 : significand >> restBits;
-        const std::uint64_t rest = significand - (whole << restBits);
-        const auto scaled = [&](std::uint64_t part, int scale) {
-            for (; part >> 53 != 0; ++scale) {
-                part /= 2;
-            }
-            const double value = std::ldexp(static_cast<double>(part), scale);
-            return bits & 256 && part != 0 ? -value : value;
-        };
-        const auto split = cvt::splitPdpDouble(pdp);
-        ASSERT_EQ(split.whole, scaled(whole, exponent - 184 + restBits)) << std::hex << pdp;
-        ASSERT_EQ(split.fraction, scaled(rest, exponent - 184)) << std::hex << pdp;
+        const bool negative = bits % 2 != 0;
+        const int exponent = 125 + static_cast<int>(bits / 2 % 64);
+        const std::uint64_t fraction = bits >> 9;
+        const Words words = [&] {
+            const std::uint64_t head = bits % 2 << 8 | static_cast<std::uint64_t>(exponent);
+            const std::uint64_t pdp = head << 55 | fraction;
+            return Words{static_cast<unsigned short>(pdp >> 48),
+                         static_cast<unsigned short>(pdp >> 32),
+                         static_cast<unsigned short>(pdp >> 16), static_cast<unsigned short>(pdp)};
+        }();
+        const std::uint64_t significand = std::uint64_t{1} << 55 | fraction;
+        const int restBits = std::clamp(184 - exponent, 0, 56);
+        const std::uint64_t whole = significand >> restBits;
+        double integerPart = -1.0;
+        ASSERT_EQ(PdpD_modf(words.data(), &integerPart),
+                  scaled(negative, significand - (whole << restBits), exponent - 184))
+            << std::hex << bits;
+        ASSERT_EQ(integerPart, scaled(negative, whole, exponent - 184 + restBits))
+            << std::hex << bits;
     }
 }
 
 TEST(NumberFormats, TwosComplementNumbers) {
-    struct Case {
-        Words words;
-        double value;
-    };
-    const Case cases[] = {{{0, 0, 0, 0x8000}, 0.0},
-                          {{0, 0, 0, 0x8012}, 0.0},
-                          {{0, 0, 0, 0x0000}, 1.0},
-                          {{0, 0, 0, 0x0080}, -2.0},
-                          {{0, 0, 0, 0x01C0}, -3.0},
-                          {{0, 0, 0, 0xFF40}, 0.75},
-                          {{1, 0xFF00, 0xFFFF, 0}, 1.0 + 0x1p-31},
-                          {{0, 1, 0, 0}, 1.0 + 0x1p-15},
-                          {{0, 0, 0, 0x7F7F}, 0x1.FEp127}};
-    for (const Case& each : cases) {
+    const std::pair<Words, double> cases[] = {
+        {{0, 0, 0, 0x8000}, 0.0},        {{0, 0, 0, 0x8012}, 0.0},
+        {{0, 0, 0, 0x0000}, 1.0},        {{0, 0, 0, 0x0080}, -2.0},
+        {{0, 0, 0, 0x01C0}, -3.0},       {{0, 0, 0, 0xFF40}, 0.75},
+        {{0, 0, 0, 0x7F7F}, 0x1.FEp127}, {{1, 0xFF00, 0xFFFF, 0}, 1.0 + 0x1p-31},
+        {{0, 1, 0, 0}, 1.0 + 0x1p-15}};
+    for (const auto& [words, expected] : cases) {
         double value = 99.0;
-        cnvten(each.words.data(), &value);
-        EXPECT_EQ(value, each.value);
-        EXPECT_EQ(cnvte(each.words.data()), each.value);
-        float single = 99.0F;
-        cnvtsn(Words{0, each.words[3]}.data(), &single);
-        EXPECT_EQ(single, cnvte(Words{0, 0, 0, each.words[3]}.data()));
+        cnvten(words.data(), &value);
+        EXPECT_EQ(value, expected);
+        EXPECT_EQ(cnvte(words.data()), expected);
     }
-    EXPECT_EQ(cnvts(Words{1, 0x0080}.data()), -2.0F + 0x1p-23F);
+    float single = 99.0F;
+    cnvtsn(Words{1, 0x0080}.data(), &single);
+    EXPECT_EQ(single, -2.0F + 0x1p-23F);
+    EXPECT_EQ(cnvts(Words{0, 0xFF40}.data()), 0.75F);
 }
 
 TEST(WordHelpers, SwapInPlace) {
@@ -247,19 +239,19 @@ TEST(WordHelpers, SwapInPlace) {
     EXPECT_EQ(value, 0x56781234U);
     Words words{0x0102, 0x0304, 0x0506};
     ByteSwap(words.data(), 2);
-    ByteSwap(words.data(), 0);
     ByteSwap(words.data(), -1);
     EXPECT_EQ(words, (Words{0x0201, 0x0403, 0x0506}));
     Bytes bytes{1, 2, 3, 4, 5};
     MSW16_LSW16_swap(bytes.data());
     EXPECT_EQ(bytes, (Bytes{3, 4, 1, 2, 5}));
+    EXPECT_EQ(flushZero(bytes.data(), 4), 0);
+    EXPECT_EQ(flushZero(bytes.data() + 4, 0), 0);
+    EXPECT_EQ(bytes, (Bytes{0x55, 0x55, 0x55, 0x55, 5}));
 }
 
 TEST(WordHelpers, BcdDigits) {
-    EXPECT_EQ(FromNBCD(0x1234), 1234);
     EXPECT_EQ(FromNBCD(0x12A4), 1204);
     EXPECT_EQ(FromNBCD(0xB123), 123);
-    EXPECT_EQ(FromNBCD(0xFFFF), 0);
     EXPECT_EQ(ToNBCD(10000), 0);
     EXPECT_EQ(ToNBCD(65535), 0);
     EXPECT_EQ(ToNBCD(1234), 0x1234);
@@ -268,29 +260,20 @@ TEST(WordHelpers, BcdDigits) {
     }
 }
 
-TEST(WordHelpers, FlushZeroLeavesThePattern) {
-    Bytes bytes(5, 1);
-    EXPECT_EQ(flushZero(bytes.data(), 4), 0);
-    EXPECT_EQ(bytes, (Bytes{0x55, 0x55, 0x55, 0x55, 1}));
-    EXPECT_EQ(flushZero(bytes.data() + 4, 0), 0);
-    EXPECT_EQ(bytes[4], 1);
-}
-
-TEST(WordHelpers, SecondsAndNanoseconds) {
-    struct Case {
-        double value;
-        int seconds;
-        double nanoseconds;
-    };
-    for (const Case& each : {Case{1.5, 1, 5e8}, Case{-1.25, -1, -2.5e8}, Case{0.0, 0, 0.0},
-                             Case{1e30, std::numeric_limits<int>::max(), 0.0},
-                             Case{-kInf, std::numeric_limits<int>::min(), 0.0}}) {
-        int seconds = 7;
-        double nanoseconds = 7.0;
-        ToSecondsNanoseconds(&seconds, &nanoseconds, each.value);
-        EXPECT_EQ(seconds, each.seconds);
-        EXPECT_EQ(nanoseconds, each.nanoseconds) << each.value;
+TEST(WordHelpers, SecondsAndNanosecondsOfAnyNumber) {
+    constexpr int kMost = std::numeric_limits<int>::max();
+    const std::tuple<double, int, double> cases[] = {{1.5, 1, 5e8},
+                                                     {-1.25, -1, -2.5e8},
+                                                     {0.0, 0, 0.0},
+                                                     {1e30, kMost, 0.0},
+                                                     {-kInf, -kMost - 1, 0.0}};
+    for (const auto& [value, seconds, nanoseconds] : cases) {
+        int whole = 7;
+        double rest = 7.0;
+        ToSecondsNanoseconds(&whole, &rest, value);
+        EXPECT_EQ(whole, seconds);
+        EXPECT_EQ(rest, nanoseconds) << value;
     }
-    EXPECT_EQ(DirectionRadiansFromVelocity(1.0, 0.0), std::atan2(1.0, 0.0));
-    EXPECT_EQ(DirectionRadiansFromVelocityF(-1.0F, 1.0F), std::atan2(-1.0F, 1.0F));
+    EXPECT_EQ(DirectionRadiansFromVelocity(2.0, 1.0), std::atan2(2.0, 1.0));
+    EXPECT_EQ(DirectionRadiansFromVelocityF(-1.0F, 2.0F), std::atan2(-1.0F, 2.0F));
 }

@@ -28,25 +28,26 @@ inline Words wordsOf(void const* bytes, std::size_t length) {
     return words;
 }
 
-/** A frame with a good header and `words` data words, every data byte `fill`. */
+/** A frame with a good header and `words` data words, every data byte `fill`. It stands at an odd
+ *  address, as a frame from a queue may. */
 class Frame {
 public:
     Frame(unsigned short id, unsigned short words, unsigned char fill = 0)
-        : m_bytes(gssip::frameBytes(words), fill) {
+        : m_bytes(1 + gssip::frameBytes(words), fill) {
         unsigned short header[5];
         MakeHeader(header, id, words);
-        std::memcpy(m_bytes.data(), header, sizeof header);
+        std::memcpy(m_bytes.data() + 1, header, sizeof header);
     }
 
     /** Writes at byte `offset` of the data. */
     Frame& put(std::size_t offset, const Bytes& bytes) {
-        std::memcpy(m_bytes.data() + 10 + offset, bytes.data(), bytes.size());
+        std::memcpy(m_bytes.data() + 11 + offset, bytes.data(), bytes.size());
         return *this;
     }
 
-    unsigned char const* bytes() const { return m_bytes.data(); }
-    unsigned size() const { return static_cast<unsigned>(m_bytes.size()); }
-    const Bytes& all() const { return m_bytes; }
+    unsigned char const* bytes() const { return m_bytes.data() + 1; }
+    unsigned size() const { return static_cast<unsigned>(m_bytes.size() - 1); }
+    Bytes copy() const { return {m_bytes.begin() + 1, m_bytes.end()}; }
 
 private:
     Bytes m_bytes;
