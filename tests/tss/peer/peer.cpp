@@ -218,7 +218,8 @@ private:
         for (int i = 0; i < count; ++i) {
             m_writer.publisher->write(&payload);
             if (rate > 0) {
-                std::this_thread::sleep_until(begin + std::chrono::seconds(1) * (i + 1) / rate);
+                std::this_thread::sleep_until(begin +
+                                              std::chrono::nanoseconds(1000000000) / rate * i);
             }
         }
     }
