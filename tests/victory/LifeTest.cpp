@@ -195,14 +195,14 @@ struct Ticker {
 };
 
 TEST_F(Life, GroupsTickAtTheirPeriodFromTheStartOn) {
-    constexpr milliseconds kPeriod{40};
-    constexpr int kTicks = 20;
+    constexpr milliseconds kPeriod{100};
+    constexpr int kTicks = 8;
     make();
     Ticker steady;
-    // Takes most of a period: counting from the end of each call would nearly double the time.
+    // Takes much of a period: counting from the end of each call would show in the sum.
     Count never;
-    steady.during = [&] { never.reaches(1, kPeriod * 3 / 4); };
-    vgpssInitPubGroup(service, 1, 0.04);
+    steady.during = [&] { never.reaches(1, kPeriod * 3 / 5); };
+    vgpssInitPubGroup(service, 1, 0.1);
     vgpssInitTellCallback(service, 1, Ticker::tick, &steady);
     Ticker silent;
     for (const double period : {0.0, -1.0, std::nan("")}) {
@@ -223,10 +223,11 @@ TEST_F(Life, GroupsTickAtTheirPeriodFromTheStartOn) {
         ASSERT_TRUE(steady.count.reaches(i));
         EXPECT_GE(Clock::now() - before, i * kPeriod) << "tick " << i << " came early";
     }
-    // A busy machine makes beats fall out; a drift of 30 ms a tick would show as 600 ms.
+    // On a busy machine a few beats fall out; a drift of 60 ms a tick would show as 420 ms.
     EXPECT_LT(Clock::now() - before, kTicks * kPeriod * 3 / 2);
     EXPECT_EQ(silent.count.value(), 0);
     EXPECT_EQ(steady.service, service);
+    remove();
 }
 
 TEST_F(Life, BeatsThatALongCallCoversFallOut) {
@@ -248,7 +249,8 @@ TEST_F(Life, BeatsThatALongCallCoversFallOut) {
     const Clock::time_point released = Clock::now();
     release.add();
     ASSERT_TRUE(ticker.count.reaches(5));
-    EXPECT_GE(Clock::now() - released, 3 * kPeriod - milliseconds(2)) << "caught up in a burst";
+    EXPECT_GE(Clock::now() - released, 3 * kPeriod) << "caught up in a burst";
+    remove();
 }
 
 // --- The end ------------------------------------------------------------------------------------

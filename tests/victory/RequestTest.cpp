@@ -348,6 +348,7 @@ TEST_F(Request, UnderWayHoldsUpNobodyElse) {
     EXPECT_EQ(patient.reply()["result"], 0);
     EXPECT_EQ(patient.reply()["result"], 0);
     EXPECT_EQ(other.reply()["result"], 0);
+    remove();
 }
 
 TEST_F(Request, OfOneClientAreCarriedOutInTurn) {

@@ -115,10 +115,11 @@ class Rig : public ::testing::Test {
 protected:
     Rig() { setenv("HALCYRINE_ROOT", m_root.c_str(), 1); }
     ~Rig() override {
-        vgpssDeleteService(service);
         unsetenv("HALCYRINE_ROOT");
         std::filesystem::remove_all(m_root);
     }
+    /** Before members of tests go that callbacks use. */
+    void TearDown() override { remove(); }
 
     static std::string serviceXml(const std::string& endpoint = victory::kDefaultEndpoint) {
         return "<VictoryService><Name>Test</Name><Endpoint>" + endpoint +

@@ -48,7 +48,7 @@ Thread::Thread(const char* name, std::function<void()> body) {
     if (error != 0) {
         throw std::system_error(error, std::generic_category(), name);
     }
-    start.release();
+    static_cast<void>(start.release());  // the thread's now
     m_running = true;
 }
 

@@ -226,12 +226,14 @@ void vgpssRemoveFault(VgpssService* service, unsigned faultId) {
 }
 
 // This library makes no service of the other five kinds, so there is none to raise a fault of.
+// NOLINTBEGIN(bugprone-macro-parentheses): a type takes none
 #define OTHER_SERVICE(prefix, Service)                                                    \
     unsigned prefix##AddFault(Service*, const char*, int, VhlthcSeverity, VhlthcCategory, \
                               VhlthcAction) {                                             \
         return 0;                                                                         \
     }                                                                                     \
     void prefix##RemoveFault(Service*, unsigned) {}
+// NOLINTEND(bugprone-macro-parentheses)
 
 OTHER_SERVICE(vapnts, VapntsService)
 OTHER_SERVICE(vposs, VpossService)
