@@ -7,7 +7,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <csignal>
 #include <cstdlib>
 #include <functional>
 #include <stdexcept>
@@ -126,7 +125,7 @@ DeviceRoot::~DeviceRoot() {
 
 void DeviceRoot::keep() {
     m_kept = true;
-    ::kill(m_remover, SIGKILL);
+    checked(static_cast<int>(::write(m_removerInput.get(), "\n", 1)), "Can't keep the directory");
 }
 
 fs::path DeviceRoot::file(const std::string& platformPath) const {
@@ -244,8 +243,8 @@ void DeviceRoot::layQueues() const {
                   });
 }
 
-/** A shell that waits for the end of file of its input and then removes the directory. It has a
- *  session of its own: no signal of the console reaches it. */
+/** A shell that waits for the end of file of its input and then removes the directory; a line of
+ *  input ends it without. It has a session of its own: no signal of the console reaches it. */
 void DeviceRoot::startRemover() {
     int ends[2];
     checked(::pipe2(ends, O_CLOEXEC), "Can't make a pipe");
@@ -253,7 +252,7 @@ void DeviceRoot::startRemover() {
     m_removerInput = Descriptor(ends[1]);
     const std::string path = m_path.string();
     const char* const arguments[] = {
-        "sh", "-c",         "trap '' HUP INT TERM; read -r never; rm -rf -- \"$1\"",
+        "sh", "-c",         "trap '' HUP INT TERM; read -r line || rm -rf -- \"$1\"",
         "sh", path.c_str(), nullptr};
     m_remover = checked(::fork(), "Can't start a process");
     if (m_remover == 0) {

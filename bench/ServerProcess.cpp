@@ -76,6 +76,13 @@ struct Child {
     }
 };
 
+void killGroup(int leader) {
+    // 0, 1 and -1 would stand for other processes than one of ours.
+    if (leader > 1) {
+        ::kill(-leader, SIGKILL);
+    }
+}
+
 }  // namespace
 
 Descriptor watchProcess(int pid) {
@@ -99,7 +106,7 @@ ServerProcess::ServerProcess(const Command& command) {
 }
 
 ServerProcess::~ServerProcess() {
-    ::kill(-m_pid, SIGKILL);
+    killGroup(m_pid);
     if (!m_ending) {
         ::waitpid(m_pid, nullptr, 0);
     }
@@ -141,7 +148,7 @@ void ServerProcess::start(const Command& command) {
 }
 
 void ServerProcess::signal(int number) const {
-    ::kill(m_pid, number);
+    ::syscall(SYS_pidfd_send_signal, m_process.get(), number, nullptr, 0);
 }
 
 void ServerProcess::type(std::string_view text) const {

@@ -49,6 +49,7 @@ public:
     ServerProcess& operator=(const ServerProcess&) = delete;
 
     int pid() const { return m_pid; }
+    /** Sends a signal; nothing happens when the process has ended. */
     void signal(int number) const;
     /** Writes to the program's standard input. */
     void type(std::string_view text) const;

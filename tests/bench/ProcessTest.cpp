@@ -105,6 +105,7 @@ TEST(ServerProcess, NothingOfItOutlivesAKilledOwner) {
         [[maybe_unused]] const auto told = ::write(ends[1], &pid, sizeof pid);
         ::pause();
     }
+    ASSERT_GT(owner, 0);
     int pid = 0;
     ASSERT_EQ(::read(ends[0], &pid, sizeof pid), static_cast<ssize_t>(sizeof pid));
     const Descriptor process = watchProcess(pid);

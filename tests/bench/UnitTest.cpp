@@ -64,6 +64,7 @@ TEST(DeviceRoot, GoesWithAKilledProcess) {
         [[maybe_unused]] const auto told = ::write(ends[1], path.data(), path.size());
         ::raise(SIGKILL);
     }
+    ASSERT_GT(child, 0);
     char text[256] = {};
     const auto length = ::read(ends[0], text, sizeof text);
     ::waitpid(child, nullptr, 0);
