@@ -199,8 +199,10 @@ ReceiverState NmeaReader::stateOf(const Cycle& cycle) {
         }
     }
     // The messages have room for twelve: those in use come first.
-    std::ranges::stable_partition(state.satellites, &Satellite::flagged);
-    std::ranges::stable_partition(state.channels, &Channel::inUse);
+    std::stable_partition(state.satellites.begin(), state.satellites.end(),
+                          [](const Satellite& each) { return each.flagged; });
+    std::stable_partition(state.channels.begin(), state.channels.end(),
+                          [](const Channel& each) { return each.inUse; });
     return state;
 }
 

@@ -123,7 +123,8 @@ ReceiverState scenarioAt(std::size_t cycle) {
         static_cast<std::size_t>(std::ranges::count_if(state.channels, &Channel::inUse));
     state.precision = precisionWith(used);
     state.mode = state.positionValid ? 4 : 1;
-    state.magneticVariation = variation + variationDrift * static_cast<double>(cycle / 60);
+    state.magneticVariation =
+        variation + variationDrift * std::floor(static_cast<double>(cycle) / 60);
     state.missionDuration = missionDuration - static_cast<unsigned>(std::min<std::size_t>(
                                                   cycle / missionStep, missionDuration));
     state.keyStatus = 1U << 12 | 8U << 2;

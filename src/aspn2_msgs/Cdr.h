@@ -151,16 +151,15 @@ public:
         m_cdr.setState(here);
     }
 
-    /** Runs `step`; when it throws, stands again where it began, and the exception goes on. */
+    /** Runs `step`; when it throws, the Cdr stands again where it began, and the exception goes on
+     *  to whoever reads from the Cdr. This object is done then. */
     template <class Step>
     void rewinding(Step step) {
         Cdr::state here(m_cdr);
-        const std::size_t at = m_at;
         try {
             step();
         } catch (...) {
             m_cdr.setState(here);
-            m_at = at;
             throw;
         }
     }

@@ -27,6 +27,11 @@
     FIELD(level, std::int16_t)     \
     FIELD(text, std::string)
 
+// Of fixed size, and yet not plain.
+#define ASPN2_FIELDS_choice(FIELD) \
+    FIELD(id, std::int32_t)        \
+    FIELD(kind, kind_enum)
+
 #define ASPN2_FIELDS_Everything(FIELD)                  \
     FIELD(header, test_idl::aspn2_header)               \
     FIELD(enabled, bool)                                \
@@ -55,9 +60,11 @@ enum kind_enum : std::uint32_t { kind_none, kind_some, kind_all };
 ASPN2_DECLARE_STRUCTURE(flags)
 ASPN2_DECLARE_STRUCTURE(reading)
 ASPN2_DECLARE_STRUCTURE(remark)
+ASPN2_DECLARE_STRUCTURE(choice)
 ASPN2_DECLARE_STRUCTURE(Everything)
 
 ASPN2_DECLARE_PUBSUBTYPE(Everything)
 ASPN2_DECLARE_PUBSUBTYPE(reading)
+ASPN2_DECLARE_PUBSUBTYPE(choice)
 
 }  // namespace test_idl

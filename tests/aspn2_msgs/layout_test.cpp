@@ -198,9 +198,16 @@ TEST(Layout, EveryKindOfField) {
 TEST(Layout, EmptySequenceTakesItsCountAlone) {
     test_idl::Everything value = sample<test_idl::Everything>();
     value.values().clear();
+    value.kinds({test_idl::kind_all});
+    Bytes expected = bytesOf({{"count of values", "00000000"},
+                              {"count of kinds", "00000001"},
+                              {"kinds[0]", "00000002"},
+                              {"count of remarks", "00000001"},
+                              {"remarks[0].time", "000000000000000A"}},
+                             Cdr::DEFAULT_ENDIAN);
     const Bytes bytes = payloadBytes(value);
-    EXPECT_EQ(Bytes(bytes.begin() + 4 + 176, bytes.begin() + 4 + 184),
-              Bytes({0, 0, 0, 0, 2, 0, 0, 0}));
+    EXPECT_TRUE(std::equal(expected.begin(), expected.end(), bytes.begin() + 4 + 176));
+    EXPECT_EQ(bytes.size(), 4U + 232U);
 }
 
 // --- At any position of a stream, against the Cdr's own operators

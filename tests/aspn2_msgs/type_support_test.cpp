@@ -27,6 +27,7 @@ TEST(TypeSupport, NamesSizesAndPlainness) {
         {std::make_unique<MaintenanceEventPubSubType>(), "MaintenanceEvent", 4 + 168, true},
         {std::make_unique<lru_comp_setPubSubType>(), "lru_comp_set", 4 + 8, true},
         {std::make_unique<test_idl::readingPubSubType>(), "reading", 4 + 16, true},
+        {std::make_unique<test_idl::choicePubSubType>(), "choice", 4 + 8, false},
         // The sequences end at 942, 2544, 3352, 3756 and 30960, the label at 31220.
         {std::make_unique<test_idl::EverythingPubSubType>(), "Everything", 4 + 31232, false},
     };
@@ -137,10 +138,11 @@ TEST(TypeSupport, KeptMessageIsReadWithoutAllocation) {
 }
 
 TEST(Message, IsAValue) {
-    EventLog event = sample<EventLog>();
-    EXPECT_EQ(EventLog().eventlog(), "");
-    EXPECT_EQ(EventLog().event_log_type(), 0U);
+    const EventLog fresh;
+    EXPECT_TRUE(fresh.eventlog().empty());
+    EXPECT_EQ(fresh.event_log_type(), 0U);
 
+    EventLog event = sample<EventLog>();
     std::string text(100, 'x');
     const char* characters = text.data();
     event.eventlog(std::move(text));

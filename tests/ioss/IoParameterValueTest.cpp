@@ -7,50 +7,50 @@
 
 namespace {
 
-using FACE::IOSS::IO_PARAMETER_VALUE_TYPE;
+using Value = FACE::IOSS::IO_PARAMETER_VALUE_TYPE;
 
-#define EXPECT_MEMBER(number, name, type)                                                       \
-    do {                                                                                        \
-        SCOPED_TRACE(#name);                                                                    \
-        const type most = std::numeric_limits<type>::max();                                     \
-        IO_PARAMETER_VALUE_TYPE set;                                                            \
-        set.name(most);                                                                         \
-        type got = 0;                                                                           \
-        IO_PARAMETER_VALUE_TYPE::RETURN_CODE rc = IO_PARAMETER_VALUE_TYPE::OTHER_DISCRIMINATOR; \
-        set.name(got, rc);                                                                      \
-        EXPECT_EQ(set.descriminator(), number##U);                                              \
-        EXPECT_EQ(rc, 0U);                                                                      \
-        EXPECT_EQ(got, most);                                                                   \
-        IO_PARAMETER_VALUE_TYPE other;                                                          \
-        number == 4 ? other.octet_value(1) : other.ulong_value(0xFFFFFFFF);                     \
-        other.name(got, rc);                                                                    \
-        EXPECT_EQ(rc, 1U);                                                                      \
-        EXPECT_EQ(got, most) << "left alone";                                                   \
-        EXPECT_EQ(other.name(), static_cast<type>(0)) << "selected from zero";                  \
-        EXPECT_EQ(other.descriminator(), number##U);                                            \
-        other.name() = most;                                                                    \
-        EXPECT_EQ(other.name(), most) << "kept when selected again";                            \
-    } while (false)
-
-TEST(IoParameterValue, EachMemberIsSetSelectedAndCopiedByItsOwnType) {
-    EXPECT_MEMBER(0, short_value, std::int16_t);
-    EXPECT_MEMBER(1, long_value, std::int32_t);
-    EXPECT_MEMBER(2, longlong_value, std::int64_t);
-    EXPECT_MEMBER(3, ushort_value, std::uint16_t);
-    EXPECT_MEMBER(4, ulong_value, std::uint32_t);
-    EXPECT_MEMBER(5, ulonglong_value, std::uint64_t);
-    EXPECT_MEMBER(6, float_value, float);
-    EXPECT_MEMBER(7, double_value, double);
-    EXPECT_MEMBER(8, longdouble_value, long double);
-    EXPECT_MEMBER(9, char_value, signed char);
-    EXPECT_MEMBER(10, boolean_value, bool);
-    EXPECT_MEMBER(11, octet_value, std::uint8_t);
+/** One member: its three functions, in the order that sets, selects and copies. */
+template <typename T>
+void expectMember(std::uint32_t number, void (Value::*set)(T), T& (Value::*select)(),
+                  void (Value::*copy)(T&, Value::RETURN_CODE&) const) {
+    SCOPED_TRACE(number);
+    constexpr T most = std::numeric_limits<T>::max();
+    Value value;
+    (value.*set)(most);
+    T got{};
+    Value::RETURN_CODE rc = Value::OTHER_DISCRIMINATOR;
+    (value.*copy)(got, rc);
+    EXPECT_EQ(value.descriminator(), number);
+    EXPECT_EQ(rc, 0U);
+    EXPECT_EQ(got, most);
+    number == 4 ? value.octet_value(1) : value.ulong_value(0xFFFFFFFF);
+    (value.*copy)(got, rc);
+    EXPECT_EQ(rc, 1U);
+    EXPECT_EQ(got, most) << "left alone";
+    EXPECT_EQ((value.*select)(), T{}) << "from zero";
+    EXPECT_EQ(value.descriminator(), number);
+    (value.*select)() = most;
+    EXPECT_EQ((value.*select)(), most) << "kept when selected again";
 }
 
-TEST(IoParameterValue, BeginsAsShortZero) {
-    IO_PARAMETER_VALUE_TYPE value;
-    EXPECT_EQ(value.descriminator(), 0U);
-    EXPECT_EQ(value.short_value(), 0);
+TEST(IoParameterValue, EachMemberIsSetSelectedAndCopiedByItsOwnType) {
+#define EXPECT_MEMBER(number, type, name) \
+    expectMember<type>(number, &Value::name, &Value::name, &Value::name)
+    EXPECT_MEMBER(0, std::int16_t, short_value);
+    EXPECT_MEMBER(1, std::int32_t, long_value);
+    EXPECT_MEMBER(2, std::int64_t, longlong_value);
+    EXPECT_MEMBER(3, std::uint16_t, ushort_value);
+    EXPECT_MEMBER(4, std::uint32_t, ulong_value);
+    EXPECT_MEMBER(5, std::uint64_t, ulonglong_value);
+    EXPECT_MEMBER(6, float, float_value);
+    EXPECT_MEMBER(7, double, double_value);
+    EXPECT_MEMBER(8, long double, longdouble_value);
+    EXPECT_MEMBER(9, signed char, char_value);
+    EXPECT_MEMBER(10, bool, boolean_value);
+    EXPECT_MEMBER(11, std::uint8_t, octet_value);
+#undef EXPECT_MEMBER
+    EXPECT_EQ(Value().descriminator(), 0U);
+    EXPECT_EQ(Value().short_value(), 0);
 }
 
 }  // namespace

@@ -10,7 +10,6 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
@@ -25,10 +24,7 @@ class TemporaryUnit {
 public:
     TemporaryUnit() {
         std::string pattern = std::filesystem::temp_directory_path() / "unit-XXXXXX";
-        if (::mkdtemp(pattern.data()) == nullptr) {
-            throw std::runtime_error("no temporary directory");
-        }
-        m_root = pattern;
+        m_root = ::mkdtemp(pattern.data());
         std::filesystem::create_directory(m_root / "dev");
         use();
     }
@@ -56,19 +52,15 @@ public:
 
     /** A pipe that holds a megabyte, and a descriptor of both its ends, so that no open waits. */
     int makePipe(const std::string& name) {
-        if (::mkfifo(device(name).c_str(), 0600) != 0) {
-            throw std::runtime_error("no pipe " + name);
-        }
-        const int descriptor = ::open(device(name).c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC);
-        ::fcntl(descriptor, F_SETPIPE_SZ, 1 << 20);
-        m_pipes.push_back(descriptor);
-        return descriptor;
+        ::mkfifo(device(name).c_str(), 0600);
+        m_pipes.push_back(::open(device(name).c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC));
+        ::fcntl(m_pipes.back(), F_SETPIPE_SZ, 1 << 20);
+        return m_pipes.back();
     }
 
     /** Writes the configuration of `containers`; its path. */
     std::string configure(const std::vector<Container>& containers) const {
-        const std::filesystem::path path = m_root / "devices.xml";
-        std::ofstream file(path);
+        std::ofstream file(m_root / "devices.xml");
         file << "<HC_Configurations>";
         for (const Container& container : containers) {
             file << "<Device><Name>" << container.name << "</Name><Parameters>";
@@ -78,7 +70,7 @@ public:
             file << "</Parameters></Device>";
         }
         file << "</HC_Configurations>";
-        return path;
+        return m_root / "devices.xml";
     }
 
 private:

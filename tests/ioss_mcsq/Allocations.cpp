@@ -1,8 +1,9 @@
-#include "ioss_mcsq/Allocations.h"
-
+// Stands apart, as a compiler that sees into these functions takes malloc and free for a mismatch.
 #include <atomic>
 #include <cstdlib>
 #include <new>
+
+#include "ioss_mcsq/QueueSupport.h"
 
 namespace {
 

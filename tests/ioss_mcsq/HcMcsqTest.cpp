@@ -1,54 +1,36 @@
 #include "ioss_mcsq/HC_MCSQ.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <pthread.h>
 #include <sys/resource.h>
 
-#include <algorithm>
 #include <array>
 #include <atomic>
 #include <csignal>
-#include <filesystem>
-#include <functional>
 #include <iostream>
-#include <memory>
 #include <stdexcept>
-#include <string>
-#include <utility>
-#include <vector>
 
-#include "face/HC_Config.h"
-#include "ioss/TemporaryUnit.h"
+#include "ioss/ServiceTest.h"
 #include "ioss_mcsq/QueueSupport.h"
 
 namespace {
 
-using FACE::RETURN_CODE_TYPE;
 using FACE::IOSS::CONNECTION_STATUS_TYPE;
 using FACE::IOSS::HC_MCSQ;
 using FACE::IOSS::IO_PARAMETER_TRANSACTION_TYPE;
-using FACE::IOSS::IO_PARAMETER_TYPE;
-using Code = RETURN_CODE_TYPE::Value;
-using Event = FACE::IOSS::NOTIFICATION_EVENT_TYPE::Value;
 using Bytes = FACE::Sequence<unsigned char>;
-using R = RETURN_CODE_TYPE;
-
-constexpr Code UNSET = RETURN_CODE_TYPE::TIMED_OUT;
 
 /** Counts what it hears of each connection, and does what the test wants done. */
 class Listener : public FACE::IOSS::IO_Callback {
 public:
-    explicit Listener(std::function<void(long long)> action = nullptr)
-        : m_action(std::move(action)) {}
+    explicit Listener(std::function<void(long long)> action) : m_action(std::move(action)) {}
 
-    void Process_Notification_Event(long long connection, Event event) override {
+    void Process_Notification_Event(long long connection,
+                                    FACE::IOSS::NOTIFICATION_EVENT_TYPE::Value event) override {
         EXPECT_EQ(event, 0U);
         thread = pthread_self();
         ++heard.at(static_cast<std::size_t>(connection));
-        if (m_action) {
-            m_action(connection);
-        }
+        m_action(connection);
     }
 
     std::array<std::atomic<int>, 4> heard{};
@@ -61,7 +43,7 @@ private:
 /** Counts and spoils the opening of containers. */
 class WatchedConfiguration : public FACE::HC_Config {
 public:
-    void Open(const FACE::String& container, int& handle, Code& rc) override {
+    void Open(const FACE::String& container, int& handle, R::Value& rc) override {
         ++opens;
         if (fails) {
             throw std::runtime_error("spoiled");
@@ -72,103 +54,82 @@ public:
     bool fails = false;
 };
 
-/** A service over the pipes /dev/mcs0 to /dev/mcs3, of which "Four" shares the last with "Three".
- */
-class HcMcsq : public testing::Test {
+/** A service over the pipes /dev/mcs0 to /dev/mcs3. */
+class HcMcsq : public ServiceTest<HC_MCSQ> {
 protected:
     HcMcsq() {
         for (const char* name : {"mcs0", "mcs1", "mcs2", "mcs3"}) {
             m_pipes.push_back(m_unit.makePipe(name));
         }
-        m_configuration = std::make_shared<WatchedConfiguration>();
-        Code rc = UNSET;
-        m_service->Set_Reference("", m_configuration, 0, rc);
-        EXPECT_EQ(rc, R::NO_ERROR);
-        const std::string file = m_unit.configure({{"Zero", {{"Port", "0"}}},
-                                                   {"One", {{"Port", "01"}}},
-                                                   {"Two", {{"Port", "0x10002"}}},
-                                                   {"Three", {{"Port", "3"}}},
-                                                   {"Four", {{"Port", "3"}}},
-                                                   {"Sixteen", {{"Port", "0x10"}}},
-                                                   {"Portless", {{"Size", "3"}}}});
-        m_service->Initialize(file.c_str(), rc);
-        EXPECT_EQ(rc, R::NO_ERROR);
+        std::vector<Container> channels{{"Portless", {{"Size", "3"}}}};
+        for (const auto& [name, port] :
+             std::vector<std::pair<std::string, std::string>>{{"Zero", "0"},
+                                                              {"One", "01"},
+                                                              {"Two", "0x10002"},
+                                                              {"Three", "3"},
+                                                              {"Four", "3"},
+                                                              {"Sixteen", "0x10"}}) {
+            channels.push_back({name, {{"Port", port}}});
+        }
+        make(m_unit.configure(channels), m_configuration);
     }
 
-    Code open(const char* name) {
-        Code rc = UNSET;
-        m_service->Open_Connection(name, -1, m_connection, rc);
-        return rc;
-    }
+    ~HcMcsq() override { destroy(); }
+
     long long opened(const char* name) {
         EXPECT_EQ(open(name), R::NO_ERROR) << name;
         return m_connection;
     }
-    Code close(long long connection) {
-        Code rc = UNSET;
-        m_service->Close_Connection(connection, rc);
-        return rc;
-    }
     Code attach(long long connection, Listener& listener) {
-        Code rc = UNSET;
-        m_service->Register_Notification_Event(connection, listener, rc);
-        return rc;
+        return code(&HC_MCSQ::Register_Notification_Event, connection, listener);
     }
     Code detach(long long connection) {
-        Code rc = UNSET;
-        m_service->Unregister_Notification_Event(connection, rc);
-        return rc;
+        return code(&HC_MCSQ::Unregister_Notification_Event, connection);
     }
     Code write(long long connection, std::string_view text) {
-        Code rc = UNSET;
         const Bytes payload(reinterpret_cast<const unsigned char*>(text.data()), text.size());
-        m_service->Write(connection, -1, payload, rc);
-        return rc;
+        return code(&HC_MCSQ::Write, connection, -1, payload);
     }
     /** What one read brings into a payload with room for `room` bytes; the code in front. */
     std::pair<Code, std::string> read(long long connection, std::uint32_t room = 100) {
         std::vector<unsigned char> store(room + 1);
         Bytes::RETURN_CODE made{};
         FACE::IOSS::MCSQ::Read_Payload payload{42, Bytes(store.data(), room, room + 1, made)};
-        Code rc = UNSET;
-        m_service->Read(connection, 0, payload, rc);
+        const Code rc = code(&HC_MCSQ::Read, connection, 0, payload);
         EXPECT_EQ(payload.time, 42);
         return {rc, std::string(payload.data.begin(), payload.data.end())};
     }
 
     TemporaryUnit m_unit;
     std::vector<int> m_pipes;
-    std::shared_ptr<WatchedConfiguration> m_configuration;
-    std::unique_ptr<HC_MCSQ> m_service = std::make_unique<HC_MCSQ>();
-    long long m_connection = 99;
-    Code m_ignored = UNSET;
+    std::shared_ptr<WatchedConfiguration> m_configuration =
+        std::make_shared<WatchedConfiguration>();
+    Listener m_reader{[this](long long connection) { read(connection); }};
 };
 
 TEST_F(HcMcsq, NamesFindTheirPorts) {
     Captured errors(std::cerr);
-    EXPECT_EQ(open("Missing"), R::INVALID_CONFIG);
-    EXPECT_EQ(open("Portless"), R::INVALID_CONFIG);
-    EXPECT_EQ(open(nullptr), R::INVALID_CONFIG);
-    EXPECT_EQ(m_connection, -1);
-    const std::vector<std::pair<const char*, int>> ports{{"Zero", 0}, {"One", 1}, {"Two", 2}};
-    for (const auto& [name, port] : ports) {
-        const long long connection = opened(name);
-        EXPECT_EQ(connection, port) << "ids count from 0";
-        EXPECT_EQ(write(connection, name), R::NO_ERROR);
+    for (const char* const name : {"Missing", "Portless", static_cast<const char*>(nullptr)}) {
+        EXPECT_EQ(open(name), R::INVALID_CONFIG);
+        EXPECT_EQ(m_connection, -1);
+    }
+    for (const auto& [name, port] :
+         std::vector<std::pair<const char*, int>>{{"Zero", 0}, {"One", 1}, {"Two", 2}}) {
+        EXPECT_EQ(opened(name), port) << "ids count from 0";
+        EXPECT_EQ(write(port, name), R::NO_ERROR);
         EXPECT_EQ(takeAll(m_pipes[static_cast<std::size_t>(port)]), name);
     }
-    const int reads = m_configuration->opens;
+    const int opens = m_configuration->opens;
     EXPECT_EQ(opened("One"), 1);
-    EXPECT_EQ(m_configuration->opens, reads) << "a known name isn't looked up again";
+    EXPECT_EQ(m_configuration->opens, opens) << "a known name isn't looked up again";
 
     for (int i = 0; i < 2; ++i) {
         EXPECT_EQ(open("Sixteen"), R::NO_ACTION);
         EXPECT_EQ(m_connection, -1);
         EXPECT_EQ(close(3), R::CONNECTION_CLOSED) << "an entry stays behind";
     }
-    EXPECT_EQ(errors.text(),
-              "Unable to open output pipe file: /dev/mcs16\n"
-              "Unable to open output pipe file: /dev/mcs16\n");
+    const std::string line = "Unable to open output pipe file: /dev/mcs16\n";
+    EXPECT_EQ(errors.text(), line + line);
     m_unit.makePipe("mcs16");
     EXPECT_EQ(opened("Sixteen"), 3);
 }
@@ -183,78 +144,45 @@ TEST_F(HcMcsq, ExceptionWhileOpeningEndsAtTheInterface) {
     EXPECT_EQ(opened("Zero"), 0);
 }
 
+TEST_F(HcMcsq, TakesOneConfigurationAndInitializesOnce) {
+    expectConfiguredOnce(m_unit);
+}
+
 TEST_F(HcMcsq, EveryOperationAnswersForAnOpenAClosedAndAnUnknownConnection) {
-    Listener listener;
-    IO_PARAMETER_TRANSACTION_TYPE parameters;
-    parameters.parameters.append({1, {}});
-    parameters.parameters.append({0, {}});
+    IO_PARAMETER_TRANSACTION_TYPE others;
+    others.parameters.append({1, {}});
+    others.parameters.append({0, {}});
     CONNECTION_STATUS_TYPE status;
     std::uint16_t bus = 9;
-    struct Row {
-        const char* name;
-        std::function<void(long long, Code&)> call;
-        Code open, closed, unknown;
+    using S = HC_MCSQ;
+    const auto row = [](const auto& ask, Code whenOpen) {
+        return Answers{ask, whenOpen, R::CONNECTION_CLOSED, R::INVALID_PARAM};
     };
-    HC_MCSQ& service = *m_service;
-    const std::vector<Row> rows{
-        {"parameters",
-         [&](auto id, Code& rc) {
-             service.Configure_Connection_Parameters(id, -1, parameters, rc);
-         },
-         R::NO_ACTION, R::CONNECTION_CLOSED, R::INVALID_PARAM},
-        {"bus parameters",
-         [&](auto id, Code& rc) { service.Configure_Bus_Parameters(id, -1, parameters, rc); },
-         R::NO_ACTION, R::CONNECTION_CLOSED, R::INVALID_PARAM},
-        {"bus configuration",
-         [&](auto id, Code& rc) { service.Get_Bus_Configuration(id, -1, parameters, rc); },
-         R::NO_ACTION, R::CONNECTION_CLOSED, R::INVALID_PARAM},
-        {"configuration, with a parameter that isn't there",
-         [&](auto id, Code& rc) { service.Get_Connection_Configuration(id, -1, parameters, rc); },
-         R::INVALID_PARAM, R::INVALID_PARAM, R::INVALID_PARAM},
-        {"status", [&](auto id, Code& rc) { service.Get_Connection_Status(id, status, rc); },
-         R::NO_ERROR, R::CONNECTION_CLOSED, R::INVALID_PARAM},
-        {"bus status", [&](auto id, Code& rc) { service.Get_Bus_Status(id, bus, rc); }, UNSET,
-         R::CONNECTION_CLOSED, R::INVALID_PARAM},
-        {"register",
-         [&](auto id, Code& rc) { service.Register_Notification_Event(id, listener, rc); },
-         R::NO_ERROR, R::CONNECTION_CLOSED, R::INVALID_PARAM},
-        {"unregister", [&](auto id, Code& rc) { service.Unregister_Notification_Event(id, rc); },
-         R::NO_ERROR, R::CONNECTION_CLOSED, R::INVALID_PARAM},
-        {"write", [&](auto id, Code& rc) { rc = write(id, "x"); }, R::NO_ERROR,
-         R::CONNECTION_CLOSED, R::INVALID_PARAM},
-        {"empty write", [&](auto id, Code& rc) { service.Write(id, -1, Bytes(), rc); }, R::NO_ERROR,
-         R::CONNECTION_CLOSED, R::INVALID_PARAM},
-        {"read", [&](auto id, Code& rc) { rc = read(id).first; }, R::NO_ERROR, R::CONNECTION_CLOSED,
-         R::INVALID_PARAM},
-        {"read without room", [&](auto id, Code& rc) { rc = read(id, 0).first; }, R::NO_ACTION,
-         R::CONNECTION_CLOSED, R::INVALID_PARAM},
-        {"close", [&](auto id, Code& rc) { service.Close_Connection(id, rc); }, R::NO_ERROR,
-         R::CONNECTION_CLOSED, R::INVALID_PARAM},
-    };
-    const auto answers = [](const Row& row, long long id) {
-        Code rc = UNSET;
-        row.call(id, rc);
-        return rc;
-    };
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.name);
-        const long long connection = opened("Three");
-        EXPECT_EQ(answers(row, connection), row.open);
-        bus = 9;
-        service.Get_Bus_Status(connection, bus, m_ignored);
-        static_cast<void>(close(connection));
-        EXPECT_EQ(answers(row, connection), row.closed);
-        for (const long long unknown : {-1LL, 1LL, 1LL << 40, -(1LL << 62)}) {
-            EXPECT_EQ(answers(row, unknown), row.unknown);
-        }
-    }
-    EXPECT_EQ(parameters.parameters[1].value.ushort_value(), 3) << "the walk went on";
+    expectAnswers(
+        "Three", {row(asking(&S::Configure_Connection_Parameters, -1, others), R::NO_ACTION),
+                  row(asking(&S::Configure_Bus_Parameters, -1, others), R::NO_ACTION),
+                  row(asking(&S::Get_Bus_Configuration, -1, std::ref(others)), R::NO_ACTION),
+                  {asking(&S::Get_Connection_Configuration, -1, std::ref(others)), R::INVALID_PARAM,
+                   R::INVALID_PARAM, R::INVALID_PARAM},
+                  row(asking(&S::Get_Connection_Status, std::ref(status)), R::NO_ERROR),
+                  row(asking(&S::Get_Bus_Status, std::ref(bus)), UNSET),
+                  row(asking(&S::Register_Notification_Event, std::ref(m_reader)), R::NO_ERROR),
+                  row(asking(&S::Unregister_Notification_Event), R::NO_ERROR),
+                  row(asking(&S::Write, -1, Bytes()), R::NO_ERROR),
+                  row([this](long long id) { return write(id, "x"); }, R::NO_ERROR),
+                  row([this](long long id) { return read(id, 0).first; }, R::NO_ACTION),
+                  row([this](long long id) { return read(id).first; }, R::NO_ERROR),
+                  row(asking(&S::Close_Connection), R::NO_ERROR)});
+    EXPECT_EQ(others.parameters[1].value.ushort_value(), 3) << "the walk went on";
     EXPECT_TRUE(status.available);
     EXPECT_EQ(status.state, 2U);
-    service.Get_Bus_Status(0, bus, m_ignored);
-    EXPECT_EQ(bus, 1) << "closed";
-    service.Get_Bus_Status(opened("Three"), bus, m_ignored);
+    EXPECT_EQ(bus, 1) << "unknown";
+    const long long connection = opened("Three");
+    EXPECT_EQ(code(&S::Get_Bus_Status, connection, bus), UNSET);
     EXPECT_EQ(bus, 0) << "open";
+    close(connection);
+    code(&S::Get_Bus_Status, connection, bus);
+    EXPECT_EQ(bus, 1) << "closed";
 }
 
 TEST_F(HcMcsq, ReadTakesWhatWaitsAndFits) {
@@ -290,41 +218,39 @@ TEST_F(HcMcsq, TransfersThatFailOrFallShortAreNoAction) {
 }
 
 TEST_F(HcMcsq, CallbacksComeForRegisteredConnectionsAlone) {
-    Listener listener([&](long long connection) { read(connection); });
     const long long zero = opened("Zero");
     const long long one = opened("One");
     const long long two = opened("Two");
-    ASSERT_EQ(attach(zero, listener), R::NO_ERROR);
-    ASSERT_EQ(attach(two, listener), R::NO_ERROR);
-    ASSERT_EQ(attach(two, listener), R::NO_ERROR) << "again, which adds nothing";
+    ASSERT_EQ(attach(zero, m_reader), R::NO_ERROR);
+    ASSERT_EQ(attach(two, m_reader), R::NO_ERROR);
+    ASSERT_EQ(attach(two, m_reader), R::NO_ERROR) << "again, which adds nothing";
     put(m_pipes[0], "a");
     put(m_pipes[1], "b");
     put(m_pipes[2], "c");
-    EXPECT_TRUE(eventually([&] { return listener.heard[0] == 1 && listener.heard[2] == 1; }));
-    EXPECT_NE(listener.thread, pthread_self());
-    EXPECT_EQ(listener.heard[1], 0);
+    EXPECT_TRUE(eventually([&] { return m_reader.heard[0] == 1 && m_reader.heard[2] == 1; }));
+    EXPECT_NE(m_reader.thread, pthread_self());
+    EXPECT_EQ(m_reader.heard[1], 0);
     EXPECT_EQ(read(one).second, "b");
 
     ASSERT_EQ(detach(two), R::NO_ERROR);
     ASSERT_EQ(detach(two), R::NO_ERROR) << "not registered any more";
     put(m_pipes[2], "d");
     put(m_pipes[0], "e");
-    EXPECT_TRUE(eventually([&] { return listener.heard[0] == 2; }));
-    EXPECT_EQ(listener.heard[2], 1);
+    EXPECT_TRUE(eventually([&] { return m_reader.heard[0] == 2; }));
+    EXPECT_EQ(m_reader.heard[2], 1);
     EXPECT_EQ(read(two).second, "d");
 }
 
 TEST_F(HcMcsq, ConnectionsOnOneDeviceNeverReadItEmpty) {
-    Listener listener([&](long long connection) { read(connection); });
     const long long three = opened("Three");
     const long long four = opened("Four");
     ASSERT_NE(three, four);
-    ASSERT_EQ(attach(three, listener), R::NO_ERROR);
-    ASSERT_EQ(attach(four, listener), R::NO_ERROR);
+    ASSERT_EQ(attach(three, m_reader), R::NO_ERROR);
+    ASSERT_EQ(attach(four, m_reader), R::NO_ERROR);
     for (int sent = 1; sent <= 20; ++sent) {
         put(m_pipes[3], "record");
         // A read of nothing would hold the thread for good.
-        ASSERT_TRUE(eventually([&] { return listener.heard[0] + listener.heard[1] == sent; }));
+        ASSERT_TRUE(eventually([&] { return m_reader.heard[0] + m_reader.heard[1] == sent; }));
     }
 }
 
@@ -351,34 +277,32 @@ TEST_F(HcMcsq, ThreadOutlivesExceptionsAndSignals) {
         ASSERT_TRUE(eventually([&] { return calls == sent; }));
         pthread_kill(listener.thread, SIGUSR1);
     }
-    m_service.reset();
+    destroy();
     ::sigaction(SIGUSR1, &before, nullptr);
     EXPECT_THAT(errors.text(),
                 testing::MatchesRegex("[0-9]+: out of hand\n[0-9]+: unknown exception\n"));
 }
 
 TEST_F(HcMcsq, RegistrationDoesNotWaitForThePollPeriod) {
-    Listener listener;
     const long long zero = opened("Zero");
     const long long one = opened("One");
-    ASSERT_EQ(attach(zero, listener), R::NO_ERROR);
+    ASSERT_EQ(attach(zero, m_reader), R::NO_ERROR);
     const auto start = std::chrono::steady_clock::now();
     for (int i = 0; i < 20; ++i) {
-        ASSERT_EQ(attach(one, listener), R::NO_ERROR);
+        ASSERT_EQ(attach(one, m_reader), R::NO_ERROR);
         ASSERT_EQ(detach(one), R::NO_ERROR);
     }
     EXPECT_LT(std::chrono::steady_clock::now() - start, 10 * HC_MCSQ::POLL_PERIOD);
 }
 
 TEST_F(HcMcsq, RegistrationsAndTrafficMeetOnManyThreads) {
-    Listener listener([&](long long connection) { read(connection); });
     std::array<long long, 3> ids{opened("Zero"), opened("One"), opened("Two")};
-    ASSERT_EQ(attach(ids[2], listener), R::NO_ERROR);
+    ASSERT_EQ(attach(ids[2], m_reader), R::NO_ERROR);
     std::vector<std::thread> threads;
     for (int i = 0; i < 2; ++i) {
         threads.emplace_back([&, id = ids.at(static_cast<std::size_t>(i))] {
             for (int round = 0; round < 50; ++round) {
-                attach(id, listener);
+                attach(id, m_reader);
                 write(id, "x");
                 detach(id);
             }
@@ -390,10 +314,10 @@ TEST_F(HcMcsq, RegistrationsAndTrafficMeetOnManyThreads) {
     for (std::thread& thread : threads) {
         thread.join();
     }
-    EXPECT_TRUE(eventually([&] { return listener.heard[2] > 0; }));
-    const int heard = listener.heard[2];
+    EXPECT_TRUE(eventually([&] { return m_reader.heard[2] > 0; }));
+    const int heard = m_reader.heard[2];
     write(ids[2], "last");
-    EXPECT_TRUE(eventually([&] { return listener.heard[2] > heard; }));
+    EXPECT_TRUE(eventually([&] { return m_reader.heard[2] > heard; }));
 }
 
 TEST_F(HcMcsq, BrokenDescriptorNeitherSpinsNorSilencesTheOthers) {
@@ -417,6 +341,7 @@ TEST_F(HcMcsq, BrokenDescriptorNeitherSpinsNorSilencesTheOthers) {
     put(m_pipes[1], "z");
     ASSERT_TRUE(eventually([&] { return listener.heard[1] == 2; }));
     EXPECT_LT(waits - before, 50);
+    destroy();
 }
 
 TEST_F(HcMcsq, ThreadEndsForGoodWithTheLastRegistration) {
@@ -436,6 +361,7 @@ TEST_F(HcMcsq, ThreadEndsForGoodWithTheLastRegistration) {
     ASSERT_EQ(attach(zero, listener), R::NO_ERROR);
     put(m_pipes[0], "y");
     EXPECT_FALSE(eventually([&] { return listener.heard[0] > 1; }, 2 * HC_MCSQ::POLL_PERIOD));
+    destroy();
 }
 
 TEST_F(HcMcsq, DestructionWaitsForTheCallbackUnderWay) {
@@ -451,7 +377,7 @@ TEST_F(HcMcsq, DestructionWaitsForTheCallbackUnderWay) {
     put(m_pipes[0], "x");
     ASSERT_TRUE(eventually([&] { return inside.load(); }));
     std::thread release([&] { go = true; });
-    m_service.reset();
+    destroy();
     EXPECT_TRUE(left);
     release.join();
 }

@@ -4,13 +4,16 @@
 #include <unistd.h>
 
 #include <chrono>
-#include <iostream>
+#include <ostream>
 #include <streambuf>
 #include <string>
 #include <string_view>
 #include <thread>
 
 #include "utilities/Mutex.h"
+
+/** Allocations of the whole program so far, by new. */
+long allocations();
 
 /** Whether `condition` comes to hold before `within` has passed. */
 template <typename Condition>
@@ -41,27 +44,11 @@ public:
         return m_text;
     }
 
-    /** How often `part` stands in the text. */
-    int count(std::string_view part) {
-        const std::string all = text();
-        int found = 0;
-        for (std::size_t at = all.find(part); at != std::string::npos;
-             at = all.find(part, at + 1)) {
-            ++found;
-        }
-        return found;
-    }
-
 private:
     std::streamsize xsputn(const char* characters, std::streamsize count) override {
         const utilities::MutexLock lock(m_mutex);
         m_text.append(characters, static_cast<std::size_t>(count));
         return count;
-    }
-    int overflow(int character) override {
-        const utilities::MutexLock lock(m_mutex);
-        m_text.push_back(static_cast<char>(character));
-        return character;
     }
 
     std::ostream& m_stream;
@@ -75,7 +62,7 @@ inline bool put(int pipe, std::string_view bytes) {
     return ::write(pipe, bytes.data(), bytes.size()) == static_cast<ssize_t>(bytes.size());
 }
 
-/** What waits in a pipe, up to a megabyte. */
+/** What waits in a pipe. */
 inline std::string takeAll(int pipe) {
     std::string bytes(1 << 20, '\0');
     const ssize_t got = ::read(pipe, bytes.data(), bytes.size());

@@ -1,0 +1,240 @@
+/** A transport over a configuration of its own, and the inbox behind its callbacks. */
+#pragma once
+
+#include <gmock/gmock.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <memory>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <tuple>
+#include <utility>
+#include <vector>
+
+#include "aspn2_msgs/CommandResponsePubSubTypes.h"
+#include "face/HC_Config.h"
+#include "tss/HC_TypedTS.h"
+#include "utilities/Mutex.h"
+
+namespace tss_tests {
+
+using namespace FACE;
+using Code = RETURN_CODE_TYPE::Value;
+using aspn2_msgs::idl::CommandResponse;
+using aspn2_msgs::idl::EventLog;
+using aspn2_msgs::idl::MaintenanceEvent;
+
+template <typename T>
+using Typed = TSS::Details::HC_TypedTS<T>;
+
+/** Parameters by name; one with an empty value is left out. */
+using Parameters = std::map<std::string, std::string>;
+
+/** A domain of this run and this moment, so that runs side by side don't meet. */
+inline std::string freshDomain() {
+    static unsigned count = 0;
+    return std::to_string((static_cast<unsigned>(::getpid()) * 13U + count++) % 200U + 1U);
+}
+
+inline CommandResponse command(const std::string& text) {
+    CommandResponse message;
+    message.command_response(text);
+    return message;
+}
+
+/** What Server::connect answers instead of an id. */
+constexpr long long refused(Code code) {
+    return -static_cast<long long>(code);
+}
+
+/** The message as it travels, encapsulation header and all. */
+inline std::string payloadOf(const CommandResponse& message) {
+    aspn2_msgs::idl::CommandResponsePubSubType type;
+    CommandResponse copy = message;
+    eprosima::fastrtps::rtps::SerializedPayload_t payload(type.getSerializedSizeProvider(&copy)());
+    type.serialize(&copy, &payload);
+    return {reinterpret_cast<const char*>(payload.data), payload.length};
+}
+
+/** What a callback got. */
+struct Arrival {
+    long long connection;
+    long long transaction;
+    CommandResponse message;
+    TSS::HEADER_TYPE header;
+    std::vector<std::pair<std::string, std::string>> qos;
+};
+
+class Inbox {
+public:
+    /** Ends tests that would hang. */
+    static constexpr std::chrono::seconds patience{20};
+
+    TSS::Read_Callback<CommandResponse> callback() {
+        return
+            [this](long long connection, long long transaction, const CommandResponse& message,
+                   const TSS::HEADER_TYPE& header, const Sequence<TSS::QoS_Element>& qos, Code&) {
+                Arrival arrival{connection, transaction, message, header, {}};
+                for (const TSS::QoS_Element& element : qos) {
+                    arrival.qos.emplace_back(element.name.view(), element.kind.view());
+                }
+                const utilities::MutexLock lock(m_mutex);
+                m_arrivals.push_back(std::move(arrival));
+                m_changed.notify_all();
+            };
+    }
+
+    /** All that has come, once there are `count`, or fewer when patience ends. */
+    std::vector<Arrival> wait(std::size_t count) {
+        return waitUntil([&](const auto& arrivals) { return arrivals.size() >= count; });
+    }
+    std::vector<std::string> texts(std::size_t count) { return textsOf(wait(count)); }
+
+    /** All texts that have come, once the last of them is `text`. */
+    std::vector<std::string> upTo(const std::string& text) {
+        return textsOf(waitUntil([&](const auto& arrivals) {
+            return !arrivals.empty() && arrivals.back().message.command_response() == text;
+        }));
+    }
+
+private:
+    template <typename Enough>
+    std::vector<Arrival> waitUntil(const Enough& enough) {
+        const auto deadline = std::chrono::steady_clock::now() + patience;
+        const utilities::MutexLock lock(m_mutex);
+        while (!enough(m_arrivals) && m_changed.wait_until(m_mutex, deadline)) {
+        }
+        return m_arrivals;
+    }
+
+    static std::vector<std::string> textsOf(const std::vector<Arrival>& arrivals) {
+        std::vector<std::string> found;
+        for (const Arrival& arrival : arrivals) {
+            found.push_back(arrival.message.command_response());
+        }
+        return found;
+    }
+
+    utilities::Mutex m_mutex;
+    utilities::Condition m_changed;
+    std::vector<Arrival> m_arrivals GUARDED_BY(m_mutex);
+};
+
+/** One server's end: file, transport and the typed fronts. */
+class Server {
+public:
+    explicit Server(const Parameters& changes, const std::string& name = "tester")
+        : m_file(std::filesystem::temp_directory_path() /
+                 ("tss_" + std::to_string(::getpid()) + "_" + std::to_string(s_count++) + ".xml")),
+          tss(std::make_shared<TSS::HC_TSS>(name)) {
+        Parameters domain{{"DomainId", freshDomain()}, {"HistoryDepth", "16"},
+                          {"UseBestEffort", "false"},  {"BackFillHistory", "false"},
+                          {"UseTransport", "SHM"},     {"TcpAddress", "127.0.0.1"},
+                          {"TcpPort", "5100"}};
+        for (const auto& [parameter, value] : changes) {
+            domain[parameter] = value;
+        }
+        std::ofstream file(m_file);
+        file << "<HC_Configurations>" << container("FastRtps", domain);
+        const std::string command = "aspn2_msgs::idl::CommandResponse";
+        for (const auto& [connection, type, support] :
+             {std::tuple{"Command", command, "CommandResponsePubSubType"},
+              {"Response", command, "CommandResponsePubSubType"},
+              {"EventLog", "aspn2_msgs::idl::EventLog", "EventLogPubSubType"},
+              {"Unknown", command, "Nonsense"},
+              {"Untyped", "", "CommandResponsePubSubType"},
+              {"Unsupported", command, ""},
+              {"Misnamed", "aspn2_msgs::idl::GSSIP", "CommandResponsePubSubType"}}) {
+            file << container(connection, {{"TopicType", type}, {"PubSubType", support}});
+        }
+        file << "</HC_Configurations>";
+    }
+    ~Server() { std::filesystem::remove(m_file); }
+    Server(const Server&) = delete;
+    Server& operator=(const Server&) = delete;
+
+    /** The code of Initialize. */
+    Code start() {
+        Code rc{};
+        tss->Set_Reference("", std::make_shared<HC_Config>(), 0, rc);
+        typed.Set_Reference("", tss, 0, rc);
+        tss->Initialize(m_file.c_str(), rc);
+        return rc;
+    }
+
+    /** The id, or `refused(code)`. */
+    long long connect(const std::string& name) {
+        Code rc{};
+        long long connection = 0;
+        int size = 0;
+        tss->Create_Connection(name.c_str(), -1, connection, size, rc);
+        return rc == RETURN_CODE_TYPE::NO_ERROR ? connection : refused(rc);
+    }
+
+    Code send(long long connection, const std::string& text) {
+        Code rc{};
+        long long transaction = 0;
+        typed.Send_Message(connection, -1, transaction, command(text), rc);
+        return rc;
+    }
+    Code receive(long long connection, TSS::Read_Callback<CommandResponse> callback) {
+        Code rc{};
+        typed.Register_Callback(connection, std::move(callback), rc);
+        return rc;
+    }
+    Code sender(long long connection) {
+        Code rc{};
+        typed.Register_Sender(connection, rc);
+        return rc;
+    }
+    Code endSender(long long connection) {
+        Code rc{};
+        tss->Unregister_Sender(connection, rc);
+        return rc;
+    }
+    Code endCallback(long long connection) {
+        Code rc{};
+        tss->Unregister_Callback(connection, rc);
+        return rc;
+    }
+
+    /** Waits until the connection's writer has `readers` and its reader `writers`. */
+    bool matched(long long connection, int readers, int writers) {
+        const auto& found = tss->connectionMap_mutex_at(static_cast<std::uint32_t>(connection));
+        const auto deadline = std::chrono::steady_clock::now() + Inbox::patience;
+        while (std::chrono::steady_clock::now() < deadline) {
+            const int r = found.isPublisher() ? found.publisherListener->matched() : 0;
+            const int w = found.isSubscriber() ? found.subscriberListener->matched() : 0;
+            if (r == readers && w == writers) {
+                return true;
+            }
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+        return false;
+    }
+
+private:
+    static std::string container(const std::string& name, const Parameters& parameters) {
+        std::string text = "<Container><Name>" + name + "</Name><Parameters>";
+        for (const auto& [parameter, value] : parameters) {
+            if (!value.empty()) {
+                text += "<" + parameter + ">" + value + "</" + parameter + ">";
+            }
+        }
+        return text + "</Parameters></Container>";
+    }
+
+    static inline int s_count = 0;
+    const std::filesystem::path m_file;
+
+public:
+    const std::shared_ptr<TSS::HC_TSS> tss;
+    Typed<CommandResponse> typed;
+};
+
+}  // namespace tss_tests

@@ -1,0 +1,334 @@
+/** What the transport answers, one process. */
+#include <gmock/gmock.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+
+#include <fstream>
+#include <limits>
+#include <stdexcept>
+
+#include "tss/Fixture.h"
+
+namespace tss_tests {
+namespace {
+
+using ::testing::HasSubstr;
+using ::testing::internal::CaptureStderr;
+using ::testing::internal::CaptureStdout;
+using ::testing::internal::GetCapturedStderr;
+using ::testing::internal::GetCapturedStdout;
+
+constexpr Code NO_ERROR = RETURN_CODE_TYPE::NO_ERROR;
+constexpr Code NO_ACTION = RETURN_CODE_TYPE::NO_ACTION;
+constexpr Code NOT_AVAILABLE = RETURN_CODE_TYPE::NOT_AVAILABLE;
+constexpr Code INVALID_PARAM = RETURN_CODE_TYPE::INVALID_PARAM;
+constexpr Code INVALID_CONFIG = RETURN_CODE_TYPE::INVALID_CONFIG;
+constexpr Code CONNECTION_CLOSED = RETURN_CODE_TYPE::CONNECTION_CLOSED;
+
+constexpr std::array noConnection{-1LL, std::numeric_limits<long long>::min(), 77LL, 1LL << 32};
+
+TEST(Transport, BeforeInitialize_EverythingIsNotAvailable) {
+    Server server({});
+    Code rc{};
+    server.tss->Initialize("x", rc);
+    EXPECT_EQ(rc, NOT_AVAILABLE);  // no configuration
+    long long connection = 5;
+    int size = 42;
+    server.tss->Create_Connection("Command", -1, connection, size, rc);
+    EXPECT_EQ(rc, NOT_AVAILABLE);
+    EXPECT_EQ(connection, -1);
+    EXPECT_EQ(size, 42);
+    server.tss->Destroy_Connection(0, rc);
+    EXPECT_EQ(rc, NOT_AVAILABLE);
+    EXPECT_EQ(server.sender(0), NOT_AVAILABLE);  // no reference yet
+    server.typed.Set_Reference("", server.tss, 0, rc);
+    EXPECT_EQ(server.sender(0), NOT_AVAILABLE);
+    EXPECT_EQ(server.receive(0, {}), NOT_AVAILABLE);
+    EXPECT_EQ(server.send(0, "x"), NOT_AVAILABLE);
+    EXPECT_EQ(server.endSender(0), NOT_AVAILABLE);
+    EXPECT_EQ(server.endCallback(0), NOT_AVAILABLE);
+}
+
+/** A transport that is none of ours. */
+class Foreign : public TSS::Base {
+    void Initialize(const String&, Code&) override {}
+    void Create_Connection(const String&, long long, long long&, int&, Code&) override {}
+    void Destroy_Connection(long long, Code&) override {}
+    void Unregister_Sender(long long, Code&) override {}
+    void Unregister_Callback(long long, Code&) override {}
+};
+
+TEST(Transport, References_AreTakenOnce) {
+    Server server({});
+    Code rc{};
+    server.tss->Set_Reference("", nullptr, 0, rc);
+    EXPECT_EQ(rc, INVALID_PARAM);
+    server.typed.Set_Reference("", nullptr, 0, rc);
+    EXPECT_EQ(rc, INVALID_PARAM);
+    server.typed.Set_Reference("", std::make_shared<Foreign>(), 0, rc);
+    EXPECT_EQ(rc, INVALID_PARAM);
+
+    ASSERT_EQ(server.start(), NO_ERROR);
+    server.tss->Set_Reference("", std::make_shared<HC_Config>(), 0, rc);
+    EXPECT_EQ(rc, NOT_AVAILABLE);
+    server.typed.Set_Reference("", std::make_shared<TSS::HC_TSS>("other"), 0, rc);
+    EXPECT_EQ(rc, NOT_AVAILABLE);
+    EXPECT_EQ(server.connect("Command"), 0);
+    EXPECT_EQ(server.sender(0), NO_ERROR) << "the first reference is kept";
+    server.tss->Initialize("x", rc);
+    EXPECT_EQ(rc, NO_ACTION);
+}
+
+TEST(Transport, WithoutItsFileOrContainer_SaysWhich) {
+    const std::string bare = std::filesystem::temp_directory_path() / "tss_bare.xml";
+    std::ofstream(bare) << "<HC_Configurations/>";
+    for (const auto& [file, told] :
+         {std::pair{std::string("/nowhere.xml"),
+                    "CFR:4 Configuration /nowhere.xml was not available\n"},
+          {bare, "CFR:4 Domain FastRtps was not available\n"}}) {
+        TSS::HC_TSS tss("tester");
+        Code rc{};
+        tss.Set_Reference("", std::make_shared<HC_Config>(), 0, rc);
+        CaptureStdout();
+        tss.Initialize(file.c_str(), rc);
+        EXPECT_EQ(GetCapturedStdout(), told);
+        EXPECT_EQ(rc, NOT_AVAILABLE);
+    }
+    std::filesystem::remove(bare);
+}
+
+TEST(Transport, EachDomainParameterIsNeeded_AndNamedWhenMissing) {
+    for (const std::string parameter :
+         {"DomainId", "HistoryDepth", "UseBestEffort", "BackFillHistory", "UseTransport",
+          "TcpAddress", "TcpPort"}) {
+        Server server({{parameter, ""}});
+        CaptureStdout();
+        EXPECT_EQ(server.start(), INVALID_CONFIG);
+        EXPECT_EQ(GetCapturedStdout(), "WARNING - Parameter " + parameter + " not found\n");
+        EXPECT_FALSE(server.tss->isInitialized());
+    }
+    Server bad(Parameters{{"DomainId", ""}, {"TcpPort", ""}});
+    CaptureStdout();
+    EXPECT_EQ(bad.start(), INVALID_CONFIG);
+    EXPECT_EQ(GetCapturedStdout(),
+              "WARNING - Parameter DomainId not found\nWARNING - Parameter TcpPort not found\n");
+}
+
+/** A port that somebody listens on. */
+class Taken_Port {
+public:
+    Taken_Port() {
+        ::bind(m_socket, reinterpret_cast<sockaddr*>(&m_address), m_size);
+        ::listen(m_socket, 1);
+        ::getsockname(m_socket, reinterpret_cast<sockaddr*>(&m_address), &m_size);
+    }
+    ~Taken_Port() { ::close(m_socket); }
+    Taken_Port(const Taken_Port&) = delete;
+    Taken_Port& operator=(const Taken_Port&) = delete;
+
+    std::string number() const { return std::to_string(ntohs(m_address.sin_port)); }
+
+private:
+    const int m_socket = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_in m_address{AF_INET, 0, {}, {}};
+    socklen_t m_size = sizeof(m_address);
+};
+
+TEST(Transport, ParticipantThatCannotBeMade_IsAnInvalidConfiguration) {
+    const Taken_Port taken;
+    const std::vector<Parameters> table{
+        {{"DomainId", "233"}},
+        {{"DomainId", "0xE9"}},
+        {{"DomainId", "-1"}},
+        {{"DomainId", "18446744073709551616"}},
+        {{"UseTransport", "shm"}},
+        {{"UseTransport", "SHM "}},
+        {{"UseTransport", "TCP_Server"}, {"TcpPort", taken.number()}},
+        {{"UseTransport", "TCP_Server"}, {"TcpPort", "65536"}},
+        {{"UseTransport", "TCP_Client"}, {"TcpPort", "0"}},
+        {{"UseTransport", "TCP_Client"}, {"TcpAddress", "256.0.0.1"}},
+        {{"UseTransport", "TCP_Client"}, {"TcpAddress", "somewhere"}},
+    };
+    for (const Parameters& parameters : table) {
+        SCOPED_TRACE(parameters.begin()->first + " " + parameters.begin()->second);
+        Server server(parameters);
+        CaptureStderr();
+        EXPECT_EQ(server.start(), INVALID_CONFIG);
+        EXPECT_THAT(GetCapturedStderr(), HasSubstr("Error creating participant tester\n"));
+        EXPECT_EQ(server.connect("Command"), refused(NOT_AVAILABLE));
+    }
+}
+
+TEST(Transport, SettingsAreTakenAsTheirPrefixSays) {
+    // Hexadecimal and octal, the highest domain, booleans in capitals, an address of no use.
+    for (const Parameters& parameters : std::vector<Parameters>{
+             {{"DomainId", "0xE8"}, {"HistoryDepth", "0x10"}},
+             {{"DomainId", "0350"}, {"HistoryDepth", "020"}, {"UseTransport", "UDP"}},
+             {{"UseTransport", "TCP_Server"}, {"TcpAddress", "here"}, {"TcpPort", "70001"}}}) {
+        Server server(parameters);
+        ASSERT_EQ(server.start(), NO_ERROR);
+        ASSERT_EQ(server.connect("Command"), 0);
+        ASSERT_EQ(server.sender(0), NO_ERROR);
+        const auto& attributes = server.tss->connectionMap_mutex_at(0).publisher->getAttributes();
+        EXPECT_EQ(attributes.topic.historyQos.depth, 16);
+    }
+}
+
+TEST(Transport, Connections_AreNumberedByNameAndNeverTwice) {
+    Server server({});
+    ASSERT_EQ(server.start(), NO_ERROR);
+    EXPECT_EQ(server.connect("Command"), 0);
+    EXPECT_EQ(server.connect("Response"), 1);
+    EXPECT_EQ(server.connect("EventLog"), 2);
+    EXPECT_EQ(server.connect("Command"), 0);
+    EXPECT_EQ(server.connect("Nowhere"), refused(INVALID_CONFIG));
+    EXPECT_EQ(server.connect("Untyped"), refused(INVALID_CONFIG));
+    EXPECT_EQ(server.connect("Unsupported"), refused(INVALID_CONFIG));
+    CaptureStderr();
+    EXPECT_EQ(server.connect("Unknown"), refused(NO_ACTION));
+    EXPECT_EQ(GetCapturedStderr(), "!!!!! Could NOT register topic 0 with participant tester\n");
+    EXPECT_EQ(server.connect("Misnamed"), 3) << "a failure takes no number";
+    Code rc{};
+    server.tss->Destroy_Connection(0, rc);
+    EXPECT_EQ(rc, NO_ERROR);
+    EXPECT_EQ(server.connect("Command"), 0);
+    EXPECT_TRUE(server.tss->isTopicRegistered("aspn2_msgs::idl::EventLog"));
+    EXPECT_FALSE(server.tss->isTopicRegistered("aspn2_msgs::idl::GSSIP"));
+}
+
+TEST(Transport, SendersAndCallbacks_AnswerByTheTable) {
+    Server server({});
+    ASSERT_EQ(server.start(), NO_ERROR);
+    ASSERT_EQ(server.connect("Command"), 0);
+    EXPECT_EQ(server.send(0, "x"), NOT_AVAILABLE);
+    EXPECT_EQ(server.sender(0), NO_ERROR);
+    EXPECT_EQ(server.sender(0), NO_ACTION);
+    EXPECT_EQ(server.send(0, "x"), NO_ERROR);
+    Inbox first;
+    Inbox second;
+    EXPECT_EQ(server.receive(0, first.callback()), NO_ERROR);
+    EXPECT_EQ(server.receive(0, second.callback()), NO_ACTION);
+    ASSERT_TRUE(server.matched(0, 1, 1));
+    EXPECT_EQ(server.send(0, "y"), NO_ERROR);
+    EXPECT_THAT(first.texts(1), ::testing::ElementsAre("y")) << "the first callback stays";
+    EXPECT_TRUE(second.wait(0).empty());
+    for (int i = 0; i < 2; ++i) {  // none left is no error
+        EXPECT_EQ(server.endSender(0), NO_ERROR);
+        EXPECT_EQ(server.endCallback(0), NO_ERROR);
+        EXPECT_EQ(server.send(0, "x"), NOT_AVAILABLE);
+    }
+    EXPECT_EQ(server.sender(0), NO_ERROR);
+    EXPECT_EQ(server.send(0, "x"), NO_ERROR);
+    for (const long long connection : noConnection) {
+        EXPECT_EQ(server.sender(connection), INVALID_PARAM);
+        EXPECT_EQ(server.receive(connection, {}), INVALID_PARAM);
+        EXPECT_EQ(server.send(connection, "x"), INVALID_PARAM);
+        EXPECT_EQ(server.endSender(connection), INVALID_PARAM);
+        EXPECT_EQ(server.endCallback(connection), INVALID_PARAM);
+    }
+}
+
+TEST(Transport, WriterOrReaderThatCannotBeMade_ClosesTheConnection) {
+    const std::string participant = "Participant tester ";
+    struct {
+        Parameters parameters;
+        const char* connection;
+        std::string writer, reader;
+    } const table[]{
+        {{{"HistoryDepth", "0"}},
+         "Command",
+         "invalid publisher QOS for topic: Command; see error log\n",
+         "invalid subscriber QOS for topic: Command; see error log\n"},
+        {{{"HistoryDepth", "2147483648"}},
+         "Command",
+         "invalid publisher QOS for topic: Command; see error log\n",
+         "invalid subscriber QOS for topic: Command; see error log\n"},
+        {{},
+         "Misnamed",
+         "error creating publisher for topic: Misnamed\n",
+         "error creating subscriber for topic: Misnamed\n"},
+        {{},
+         "EventLog",
+         "topic EventLog is of type aspn2_msgs::idl::EventLog, not of "
+         "aspn2_msgs::idl::CommandResponse\n",
+         "topic EventLog is of type aspn2_msgs::idl::EventLog, not of "
+         "aspn2_msgs::idl::CommandResponse\n"},
+    };
+    for (const auto& row : table) {
+        Server server(row.parameters);
+        ASSERT_EQ(server.start(), NO_ERROR);
+        ASSERT_EQ(server.connect(row.connection), 0);
+        CaptureStderr();
+        EXPECT_EQ(server.sender(0), CONNECTION_CLOSED);
+        EXPECT_THAT(GetCapturedStderr(), HasSubstr(participant + row.writer));
+        CaptureStderr();
+        EXPECT_EQ(server.receive(0, {}), CONNECTION_CLOSED);
+        EXPECT_THAT(GetCapturedStderr(), HasSubstr(participant + row.reader));
+        EXPECT_EQ(server.send(0, "x"), NOT_AVAILABLE);
+    }
+}
+
+TEST(Transport, ReceivingIsByCallbackOnly) {
+    Typed<CommandResponse> typed;
+    long long transaction = 0;
+    CommandResponse message;
+    TSS::HEADER_TYPE header;
+    Sequence<TSS::QoS_Element> qos;
+    Code rc{};
+    try {
+        typed.Receive_Message(0, -1, transaction, message, header, qos, rc);
+        FAIL();
+    } catch (const std::runtime_error& error) {
+        EXPECT_STREQ(error.what(), "HC_TypedTS::Receive_Message() is not supported.");
+    }
+}
+
+TEST(Listeners, GuidToUid_ReadsTheEntityIdAlone) {
+    eprosima::fastrtps::rtps::GUID_t guid;
+    std::fill_n(guid.guidPrefix.value, 12, static_cast<unsigned char>(0xEE));
+    const std::array<unsigned char, 4> id{0x81, 0x02, 0x03, 0x84};
+    std::copy(id.begin(), id.end(), guid.entityId.value);
+    EXPECT_EQ(TSS::Listeners::GuidToUid(guid), 0x81020384U);
+}
+
+template <typename Policy, typename Kind>
+std::vector<std::string> kindsOf(TSS::QoS_Element (*convert)(const Policy&), Kind /*kind*/) {
+    std::vector<std::string> kinds;
+    for (const int value : {0, 1, 2, 3, 4, 255}) {
+        Policy policy;
+        // A kind that has no name may stand there: it came over the wire.
+        policy.kind = static_cast<Kind>(value);
+        const TSS::QoS_Element element = convert(policy);
+        kinds.push_back(std::string(element.name.view()) + " " + std::string(element.kind.view()));
+    }
+    return kinds;
+}
+
+std::vector<std::string> expected(const std::string& policy, std::vector<std::string> kinds) {
+    for (std::string& kind : kinds) {
+        kind = policy + " " + kind;
+    }
+    return kinds;
+}
+
+TEST(Listeners, Policies_AreNamedByTheirKind) {
+    using namespace eprosima::fastdds::dds;
+    using namespace TSS::Listeners;
+    const std::string d = "UNKNOWN_DURABILITY_QOS";
+    const std::string l = "UNKNOWN_LIVELINESS_QOS";
+    const std::string r = "UNKNOWN_RELIABILITY_QOS";
+    EXPECT_EQ(kindsOf(DurabilityQosPolicyToElement, VOLATILE_DURABILITY_QOS),
+              expected("DurabilityQosPolicy",
+                       {"VOLATILE_DURABILITY_QOS", "TRANSIENT_LOCAL_DURABILITY_QOS",
+                        "TRANSIENT_DURABILITY_QOS", "PERSISTENT_DURABILITY_QOS", d, d}));
+    EXPECT_EQ(kindsOf(LivelinessQosPolicyToElement, AUTOMATIC_LIVELINESS_QOS),
+              expected("LivelinessQosPolicy",
+                       {"AUTOMATIC_LIVELINESS_QOS", "MANUAL_BY_PARTICIPANT_LIVELINESS_QOS",
+                        "MANUAL_BY_TOPIC_LIVELINESS_QOS", l, l, l}));
+    EXPECT_EQ(kindsOf(ReliabilityQosPolicyToElement, RELIABLE_RELIABILITY_QOS),
+              expected("ReliabilityQosPolicy",
+                       {r, "BEST_EFFORT_RELIABILITY_QOS", "RELIABLE_RELIABILITY_QOS", r, r, r}));
+}
+
+}  // namespace
+}  // namespace tss_tests
