@@ -51,8 +51,7 @@ CommandResponse CmdResponse::make(std::uint64_t sequence, std::uint32_t type,
     message.header().device_id(static_cast<std::int32_t>(m_deviceId.load()));
     message.header().seq_num(static_cast<std::int64_t>(sequence));
     setToVandToA_fromFpgaTicks(FpgaFace::Instance().fpga_get_SystemCount(), message.header());
-    message.command_response_type(
-        static_cast<aspn2_msgs::idl::command_response_type_enum>(type));
+    message.command_response_type(static_cast<aspn2_msgs::idl::command_response_type_enum>(type));
     message.command_response(text);
     return message;
 }
@@ -69,8 +68,7 @@ CommandResponse CmdResponse::makeCommand(std::uint64_t fpgaTicks, const std::str
     return command;
 }
 
-CommandResponse CmdResponse::makeResponse(const CommandResponse& request,
-                                          const std::string& text) {
+CommandResponse CmdResponse::makeResponse(const CommandResponse& request, const std::string& text) {
     CommandResponse response = make(m_responseSequence.fetch_add(1), responseType, text);
     response.commanded_device_id(request.header().device_id());
     response.command_identifier(request.command_identifier());
@@ -79,12 +77,12 @@ CommandResponse CmdResponse::makeResponse(const CommandResponse& request,
 
 CommandResponse CmdResponse::makeResponse(const CommandResponse& request, bool pass) {
     return makeResponse(request, withSuffix(wordOf(request), pass ? Sys::ResponseString::Pass
-                                                                   : Sys::ResponseString::Fail));
+                                                                  : Sys::ResponseString::Fail));
 }
 
 CommandResponse CmdResponse::makeResponseAck(const CommandResponse& request, bool ack) {
     return makeResponse(request, withSuffix(wordOf(request), ack ? Sys::ResponseString::Ack
-                                                                  : Sys::ResponseString::Nack));
+                                                                 : Sys::ResponseString::Nack));
 }
 
 void CmdResponse::setTopicId(CommandResponse& message, std::uint8_t id) {

@@ -67,8 +67,7 @@ void HealthReporter::InitHealthReporter(const std::string& name,
     FACE::Return_Code_Value_No_Error_No_Action(__FILE__, __LINE__,
                                                (call + "unable to register sender.").c_str(), rc);
     m_name = name;
-    m_deviceId = static_cast<std::int32_t>(
-        factory.makeDeviceId(ASPN2::MessageKinds::EventLog, 0));
+    m_deviceId = static_cast<std::int32_t>(factory.makeDeviceId(ASPN2::MessageKinds::EventLog, 0));
     m_seqNum = 0;
     m_eventLogTypedTS = eventLogTypedTS;
     m_connectionId = connection;

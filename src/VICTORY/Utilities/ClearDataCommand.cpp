@@ -104,11 +104,12 @@ void ClearDataCommand::setClearDataRequestTimeout(std::int64_t seconds) {
     m_clearDataRequestTimeout = seconds;
 }
 
-std::string_view ClearDataCommand::clearRequestCommand(int type) { return wordsOf(type).command; }
+std::string_view ClearDataCommand::clearRequestCommand(int type) {
+    return wordsOf(type).command;
+}
 
 void ClearDataCommand::say(HealthReporter::eEventType type, std::string_view operation,
-                           const std::string& text, bool always,
-                           std::source_location place) const {
+                           const std::string& text, bool always, std::source_location place) const {
     HealthReporter::Instance().SendEvent(place.file_name(), static_cast<int>(place.line()), type,
                                          text);
     if (always || !m_quiet) {
@@ -126,7 +127,8 @@ bool ClearDataCommand::guarded(std::string_view operation, bool onException, Bod
     try {
         return body();
     } catch (const std::exception& exception) {
-        sayException(operation, std::string(": An exception occurred. Details: ") + exception.what());
+        sayException(operation,
+                     std::string(": An exception occurred. Details: ") + exception.what());
     } catch (...) {
         sayException(operation, ": Unknown c++ exception occurred");
     }
@@ -192,9 +194,8 @@ std::optional<ClearDataCommand::Operation> ClearDataCommand::begin(ClearDataType
 
 bool ClearDataCommand::refuse(ClearDataType type, Operation active) {
     const std::string text =
-        concat(m_serverName, ": ", clearRequestCommand(type),
-               " ignored due to clear command, ", clearRequestCommand(active.type),
-               ", already started: ", stateNameOf(active.state));
+        concat(m_serverName, ": ", clearRequestCommand(type), " ignored due to clear command, ",
+               clearRequestCommand(active.type), ", already started: ", stateNameOf(active.state));
     say(HealthReporter::EVENT_WARNING, "processClearDataRequestType", text);
     m_sendVDBCompleteWarningCallback(static_cast<ClearDataType>(active.type), false, text);
     return false;
@@ -251,10 +252,9 @@ bool ClearDataCommand::endByRequestTimeout(Operation mine) {
     if (!ending.won()) {
         return false;
     }
-    const std::string text = concat(
-        m_serverName, ": Request wait loop for clear data command, ",
-        clearRequestCommand(mine.type), ", timed out after ", m_clearDataRequestTimeout,
-        " seconds.");
+    const std::string text = concat(m_serverName, ": Request wait loop for clear data command, ",
+                                    clearRequestCommand(mine.type), ", timed out after ",
+                                    m_clearDataRequestTimeout, " seconds.");
     m_sendVDBCompleteWarningCallback(static_cast<ClearDataType>(mine.type), false, text);
     say(HealthReporter::EVENT_ERROR, "waitForClearDataRequestedResponse", text);
     if (acknowledged) {
@@ -319,8 +319,8 @@ bool ClearDataCommand::endByNack(Operation active, std::string_view command) {
     if (!ending.won()) {
         return false;
     }
-    const std::string text = concat(
-        m_serverName, ": Received Nack. Clear data request command, ", command, " failed");
+    const std::string text =
+        concat(m_serverName, ": Received Nack. Clear data request command, ", command, " failed");
     say(HealthReporter::EVENT_ERROR, "processClearRequestedResponse", text);
     m_sendVDBCompleteWarningCallback(static_cast<ClearDataType>(active.type), false, text);
     ending.finish();
@@ -351,9 +351,8 @@ bool ClearDataCommand::finalReply(const std::string& response) {
     if (!ending.won()) {
         return false;
     }
-    const std::string text = concat(
-        m_serverName, ": Clear data complete for command, ", clearRequestCommand(active.type),
-        ". Result was ", response);
+    const std::string text = concat(m_serverName, ": Clear data complete for command, ",
+                                    clearRequestCommand(active.type), ". Result was ", response);
     say(HealthReporter::EVENT_INFO, "processClearCompletedResponse", text);
     m_sendVDBCompleteWarningCallback(static_cast<ClearDataType>(active.type), pass, text);
     m_watchdog.cancelWatchdog();
@@ -372,9 +371,9 @@ void ClearDataCommand::processClearDataTimeout(std::uint32_t number) {
             return false;
         }
         m_watchdog.cancelWatchdog();
-        const std::string text = concat(
-            m_serverName, ": Clear data command,  ", clearRequestCommand(active.type),
-            ", timed out after ", m_clearDataInProgressTimeout, " seconds.");
+        const std::string text =
+            concat(m_serverName, ": Clear data command,  ", clearRequestCommand(active.type),
+                   ", timed out after ", m_clearDataInProgressTimeout, " seconds.");
         m_sendVDBCompleteWarningCallback(static_cast<ClearDataType>(active.type), false, text);
         say(HealthReporter::EVENT_ERROR, "processClearDataTimeout", text);
         ending.finish();

@@ -32,7 +32,11 @@ public:
         ClearDataDestroy = 2,
         ClearDataCvZeroize = 3
     };
-    enum ClearDataState : int { ClearDataIdle = 0, ClearDataRequested = 1, ClearDataInProgress = 2 };
+    enum ClearDataState : int {
+        ClearDataIdle = 0,
+        ClearDataRequested = 1,
+        ClearDataInProgress = 2
+    };
 
     /** Sends a command text to the system; true when it went out. Called without a lock. */
     using CommandResponseMessageCallback = std::function<bool(std::string)>;
@@ -71,7 +75,7 @@ private:
     /** The operation under way, in one word. Changes only by compare and swap, so that each step
      *  has one winner. */
     struct Operation {
-        std::uint32_t number = 0; ///< counts the operations: tells one's own from a later one
+        std::uint32_t number = 0;  ///< counts the operations: tells one's own from a later one
         std::uint8_t type = ClearDataNone;
         std::uint8_t state = ClearDataIdle;
         /** Somebody is reporting its end and will make it idle. */

@@ -149,8 +149,8 @@ public:
     /** Sends a command to the system. Any thread. @return whether it went out */
     bool sendCommandResponseMessage(const std::string& text);
 
-    /** Restarts the VICTORY service with the periods of status and health reports at `milliseconds`;
-     *  the VCL file stays as it is. On the command topic's thread.
+    /** Restarts the VICTORY service with the periods of status and health reports at
+     * `milliseconds`; the VCL file stays as it is. On the command topic's thread.
      *  @return false, with the service running on, below 1000 ms and when the VCL can't be read
      */
     bool updateVDMdataRate(unsigned long milliseconds);
@@ -225,7 +225,12 @@ private:
     using MaintenanceTS = FACE::TSS::Details::HC_TypedTS<aspn2_msgs::idl::MaintenanceEvent>;
 
     enum class HotStartState : std::int32_t { idle = 0, requested = 1, accepted = 2 };
-    enum class TransferState : std::int32_t { idle = 0, requested = 1, collecting = 2, complete = 3 };
+    enum class TransferState : std::int32_t {
+        idle = 0,
+        requested = 1,
+        collecting = 2,
+        complete = 3
+    };
 
     /** A system command and what it starts; a response and who waits for it. */
     struct Command;

@@ -9,8 +9,8 @@
 #include "utilities/Console.h"
 #include "utilities/DeviceRoot.h"
 
-using aspn2_msgs::idl::CommandResponse;
 using ASPN2::ResponseType;
+using aspn2_msgs::idl::CommandResponse;
 using FACE::RETURN_CODE_TYPE;
 using utilities::baseName;
 using utilities::concat;
@@ -65,12 +65,11 @@ void VGpsReceiverServer::guardTopic(const char* operation, const char* unknown, 
 void VGpsReceiverServer::cbCmd(const CommandResponse& message) {
     guardTopic("cbCmd", ": Unknown c++ exception in cbCmd.", [&] {
         if (m_state != FACE::LCM::Halcyrine::ReportedState::RUNNING ||
-            message.command_response_type() !=
-                aspn2_msgs::idl::COMMAND_RESPONSE_TYPE_COMMAND) {
+            message.command_response_type() != aspn2_msgs::idl::COMMAND_RESPONSE_TYPE_COMMAND) {
             return;
         }
-        const auto command = std::ranges::find(s_commands, message.command_response(),
-                                               &Command::word);
+        const auto command =
+            std::ranges::find(s_commands, message.command_response(), &Command::word);
         if (command != s_commands.end()) {
             (this->*command->run)(message);
         }
@@ -142,8 +141,7 @@ void VGpsReceiverServer::cbRsp(const CommandResponse& message) {
     guardTopic("cbRsp", ": Unknown c++ exception occurred", [&] {
         if (m_state != FACE::LCM::Halcyrine::ReportedState::RUNNING ||
             serverIdOf(message.commanded_device_id()) != m_serverId ||
-            message.command_response_type() !=
-                aspn2_msgs::idl::COMMAND_RESPONSE_TYPE_RESPONSE) {
+            message.command_response_type() != aspn2_msgs::idl::COMMAND_RESPONSE_TYPE_RESPONSE) {
             return;
         }
         takeResponse(message);
@@ -230,8 +228,7 @@ bool VGpsReceiverServer::updateVDMdataRate(unsigned long milliseconds) {
     if (milliseconds < shortestPeriod) {
         return false;
     }
-    printLine(baseName(__FILE__), " (", __LINE__, ") ", "updateVDMdataRate",
-              " : Restarting APNT.");
+    printLine(baseName(__FILE__), " (", __LINE__, ") ", "updateVDMdataRate", " : Restarting APNT.");
     tinyxml2::XMLDocument vcl;
     if (vcl.LoadFile(utilities::resolvePath(vclFileName).c_str()) != tinyxml2::XML_SUCCESS) {
         // A service that runs on at its old rates beats one that can't be made anew.
@@ -249,9 +246,8 @@ bool VGpsReceiverServer::updateVDMdataRate(unsigned long milliseconds) {
 
 int VGpsReceiverServer::cbSetCommandCallback(void* data, VgpssService* /*service*/,
                                              VgpsCommandData commands) {
-    return guardCallback(data, 0, [&](VGpsReceiverServer& server) {
-        return server.setCommands(commands);
-    });
+    return guardCallback(data, 0,
+                         [&](VGpsReceiverServer& server) { return server.setCommands(commands); });
 }
 
 int VGpsReceiverServer::setCommands(const VgpsCommandData& commands) {
@@ -278,8 +274,8 @@ int VGpsReceiverServer::setCommands(const VgpsCommandData& commands) {
                       ": Received a ZEROIZE command.");
         }
         // Waits for the answer of the server that holds the keys.
-        done = m_clearData.processClearDataRequestType(ClearDataCommand::ClearDataCvZeroize) &&
-               done;
+        done =
+            m_clearData.processClearDataRequestType(ClearDataCommand::ClearDataCvZeroize) && done;
     }
     return done ? 0 : 1;
 }

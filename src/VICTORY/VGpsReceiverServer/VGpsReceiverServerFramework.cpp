@@ -12,13 +12,11 @@ using FACE::RETURN_CODE_TYPE;
 namespace {
 
 /** What the second version text ends with. */
-constexpr const char* notice =
-    "  Part of the Halcyrine positioning, navigation and timing system.";
+constexpr const char* notice = "  Part of the Halcyrine positioning, navigation and timing system.";
 
 bool allWell(std::span<const RETURN_CODE_TYPE::Value> codes) {
-    return std::ranges::all_of(codes, [](RETURN_CODE_TYPE::Value code) {
-        return code == RETURN_CODE_TYPE::NO_ERROR;
-    });
+    return std::ranges::all_of(
+        codes, [](RETURN_CODE_TYPE::Value code) { return code == RETURN_CODE_TYPE::NO_ERROR; });
 }
 
 }  // namespace
@@ -80,11 +78,11 @@ bool VGpsReceiverServer::registerTopicCallbacks() {
                             ReturnCode&) { (this->*take)(message); };
     };
     std::array<ReturnCode, 4> codes{};
-    m_commandResponseTS->Register_Callback(m_commandConnection,
-                                           bound(&VGpsReceiverServer::cbCmd), codes[0]);
+    m_commandResponseTS->Register_Callback(m_commandConnection, bound(&VGpsReceiverServer::cbCmd),
+                                           codes[0]);
     m_commandResponseTS->Register_Sender(m_commandConnection, codes[1]);
-    m_commandResponseTS->Register_Callback(m_responseConnection,
-                                           bound(&VGpsReceiverServer::cbRsp), codes[2]);
+    m_commandResponseTS->Register_Callback(m_responseConnection, bound(&VGpsReceiverServer::cbRsp),
+                                           codes[2]);
     m_commandResponseTS->Register_Sender(m_responseConnection, codes[3]);
     return allWell(codes);
 }
