@@ -1,11 +1,27 @@
 #include "ASPN/HealthReporter.h"
 
+#include <cstdio>
+#include <cstdlib>
+#include <stdexcept>
+
+#include "ASPN/AspnHelper.h"
 #include "ASPN/FaultHysteresis.h"
+#include "face/FACE_Common.h"
+#include "platform/FPGA.h"
+#include "utilities/Console.h"
+
+using FACE::RETURN_CODE_TYPE;
+using utilities::printLine;
 
 namespace {
 
 constexpr unsigned maxEvents = 10;
 constexpr int lastEventType = 5;
+
+/** Of warnings: how long they count [s], how many make a fault, how many are kept. */
+constexpr int warningAge = 180;
+constexpr int warningThreshold = 16;
+constexpr int warningHistory = 2000;
 
 }  // namespace
 
@@ -33,4 +49,88 @@ std::uint32_t HealthReporter::SendConfigEvent(const std::string& text) {
 
 std::uint32_t HealthReporter::ReplaceConfigEvent(const std::string& text, std::uint32_t oldId) {
     return m_eventQueue.push_back_config(text, oldId);
+}
+
+void HealthReporter::InitHealthReporter(const std::string& name,
+                                        const ASPN2::DeviceIdFactory& factory,
+                                        const std::shared_ptr<EventLogTS>& eventLogTypedTS,
+                                        std::int64_t connection) {
+    const std::string call = "InitHealthReporter(" + name + ") ";
+    if (!eventLogTypedTS) {
+        throw std::runtime_error(call + "called with an empty eventLogTypedTS.");
+    }
+    if (m_initialized.exchange(true)) {
+        throw std::runtime_error(call + "called on an already initialized HealthReporter.");
+    }
+    RETURN_CODE_TYPE::Value rc = RETURN_CODE_TYPE::NO_ERROR;
+    eventLogTypedTS->Register_Sender(connection, rc);
+    FACE::Return_Code_Value_No_Error_No_Action(__FILE__, __LINE__,
+                                               (call + "unable to register sender.").c_str(), rc);
+    m_name = name;
+    m_deviceId = static_cast<std::int32_t>(factory.makeDeviceId(ASPN2::MessageKinds::EventLog, 0));
+    m_seqNum = 0;
+    m_eventLogTypedTS = eventLogTypedTS;
+    m_connectionId = connection;
+    m_stop = false;
+    m_thread = std::thread([this] { pubThreadFunction(); });
+    if (!FaultHysteresis::Instance().OkInitFaultHysteresis(warningAge, warningThreshold,
+                                                           warningHistory)) {
+        std::perror("Unable to configure the Fault Hysteresis\n");
+        std::exit(-1);
+    }
+}
+
+void HealthReporter::DoneHealthReporter() {
+    if (m_thread.joinable()) {
+        m_stop = true;
+        m_thread.join();
+    }
+    m_eventLogTypedTS.reset();
+    m_initialized = false;
+}
+
+void HealthReporter::pubThreadFunction() {
+    for (bool going = true; going;) {
+        try {
+            going = publishNext();
+        } catch (const std::exception& exception) {
+            printLine("!!!!!! ", m_name, " HealthReporter caught exception: ", exception.what());
+        } catch (...) {
+            printLine("!!!!!! ", m_name, " HealthReporter caught UNKNOWN exception");
+        }
+    }
+}
+
+bool HealthReporter::publishNext() {
+    int type = 0;
+    std::string text;
+    if (!m_eventQueue.pop_front(type, text, eventQPollDuration)) {
+        return !m_stop;
+    }
+    publishChange(type, text);
+    std::this_thread::sleep_for(publishPause);
+    return true;
+}
+
+void HealthReporter::publishChange(int type, const std::string& text) {
+    RETURN_CODE_TYPE::Value rc = RETURN_CODE_TYPE::NO_ACTION;
+    try {
+        aspn2_msgs::idl::EventLog event;
+        event.header().device_id(m_deviceId);
+        ASPN2::setToVandToA_fromFpgaTicks(FpgaFace::Instance().fpga_get_SystemCount(),
+                                          event.header());
+        event.header().seq_num(m_seqNum++);
+        event.event_log_type(static_cast<aspn2_msgs::idl::event_log_type_enum>(type));
+        event.eventlog(text);
+        long long transaction = 0;
+        m_eventLogTypedTS->Send_Message(m_connectionId, -1, transaction, event, rc);
+    } catch (const std::exception& exception) {
+        utilities::printErrorLine(exception.what());
+    } catch (...) {
+        // The line below says all that is known.
+    }
+    if (rc != RETURN_CODE_TYPE::NO_ERROR) {
+        printLine("!!!!!! ", m_name, " HealthReporter could not publish event type/info = ", type,
+                  "/", text);
+    }
 }

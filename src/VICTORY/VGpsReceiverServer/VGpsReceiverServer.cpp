@@ -7,19 +7,16 @@ using ReportedStates = FACE::LCM::Halcyrine::ReportedState;
 using RequestedStates = FACE::LCM::Halcyrine::RequestedState;
 using utilities::printLine;
 
-namespace {
-
-/** Message kind of GSSIP in a device id. */
-constexpr std::uint8_t gssipMessageKind = 46;
-
-}  // namespace
-
 VGpsReceiverServer::VGpsReceiverServer()
     : m_serverName(ASPN2::ServerIds::to_string(m_serverId)),
-      m_deviceId(m_deviceIdFactory.makeDeviceId(gssipMessageKind, 0)) {}
+      m_deviceId(m_deviceIdFactory.makeDeviceId(ASPN2::MessageKinds::GSSIP, 0)),
+      m_clearData(m_serverName) {}
 
 VGpsReceiverServer::~VGpsReceiverServer() {
-    // Callbacks of queue and service reach into this object: both end before any member goes.
+    // Callbacks of topics, queue and service reach into this object, and the publisher uses its
+    // transport: all of them end before any member goes.
+    HealthReporter::Instance().DoneHealthReporter();
+    disconnectTransport();
     m_gssipMcsq.reset();
     vgpssDeleteService(m_vgpssService.take());
 }
@@ -74,4 +71,12 @@ void VGpsReceiverServer::report(const std::string& text, HealthReporter::eEventT
     HealthReporter::Instance().SendEvent(place.file_name(), static_cast<int>(place.line()), type,
                                          text);
     printLine(text);
+}
+
+void VGpsReceiverServer::reportException(const char* operation, const char* separator,
+                                         const std::string& text, std::source_location place) {
+    HealthReporter::Instance().SendEvent(place.file_name(), static_cast<int>(place.line()),
+                                         HealthReporter::EVENT_WARNING, text);
+    printLine(utilities::baseName(place.file_name()), " (", place.line(), ") ", operation,
+              separator, text);
 }

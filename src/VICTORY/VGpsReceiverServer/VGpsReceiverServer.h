@@ -8,6 +8,7 @@
  *  | VGpsReceiverServer.cpp | life cycle | main |
  *  | VGpsReceiverServerConfiguration.cpp | configuration | main |
  *  | VGpsReceiverServerFramework.cpp | connecting and disconnecting | main |
+ *  | VGpsReceiverServerCommands.cpp | system topics, commands of the bus | transport, library |
  *  | VGpsReceiverServerGssip.cpp | receiver traffic | queue callback thread; WriteBytes: any |
  *  | VGpsReceiverServerVictory.cpp | the service's bring-up and callback convention | main, library
  * | | VGpsReceiverServerStatus.cpp | receiver status, status 2 | queue callback thread, library |
@@ -20,17 +21,23 @@
 
 #include <array>
 #include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <source_location>
 #include <string>
 #include <string_view>
 
+#include "ASPN/AspnCmdResponse.h"
 #include "ASPN/AspnDeviceIds.h"
 #include "ASPN/HealthReporter.h"
+#include "VICTORY/Utilities/ClearDataCommand.h"
 #include "VICTORY/VGpsReceiverServer/ServiceHandle.h"
 #include "VICTORY/VGpsReceiverServer/WarningQueue.h"
+#include "aspn2_msgs/CommandResponse.h"
+#include "aspn2_msgs/EventLog.h"
 #include "aspn2_msgs/GSSIP.h"
+#include "aspn2_msgs/MaintenanceEvent.h"
 #include "face/FACE_Common.h"
 #include "face/FACE_String.h"
 #include "ioss/HC_Devmem.h"
@@ -40,7 +47,10 @@
 #include "receiver/Tyrn8040Msg.h"
 #include "receiver/Tyrn8504Msg.h"
 #include "receiver/TyrnSVRiseMsg.h"
+#include "tss/HC_TSS.h"
+#include "tss/HC_TypedTS.h"
 #include "utilities/Mutex.h"
+#include "utilities/WatchdogTimer.h"
 #include "victory/victory.h"
 
 /** Container of the top-level configuration that describes the system. */
@@ -64,11 +74,15 @@ public:
     using RequestedState = FACE::LCM::Halcyrine::RequestedState::Value;
 
     /** Codes of VgpscWarningMessage that the server itself gives. */
+    static constexpr VgpscWarningMessage zeroizePassed = 2;
+    static constexpr VgpscWarningMessage zeroizeFailed = 3;
     static constexpr VgpscWarningMessage customWarning = 62;
     /** The receiver's datum, in every status record and told once as device data. */
     static constexpr unsigned datumCode = 206;
     /** Messages whose times of validity differ by less belong together [s]. */
     static constexpr double sameMomentSeconds = 0.5;
+    /** How long a hot start may run from its acknowledgement on; a test may shorten it. */
+    static inline std::chrono::milliseconds hotStartLimit = std::chrono::seconds(60);
 
     /** Touches no device and no file. */
     VGpsReceiverServer();
@@ -123,6 +137,24 @@ public:
      */
     int WriteBytes(const void* bytes, unsigned int length) override;
 
+    // System topics, on threads of the transport, one sample of a connection at a time, with no
+    // lock of ours held. Neither lets an exception out.
+
+    /** Takes a command that any server sent; one that is known is carried out and answered. Waits
+     *  for the restart of the VICTORY service where a sanitize begins. */
+    void cbCmd(const aspn2_msgs::idl::CommandResponse& message);
+    /** Takes a response to a command of this server and wakes whoever waits for it. */
+    void cbRsp(const aspn2_msgs::idl::CommandResponse& message);
+
+    /** Sends a command to the system. Any thread. @return whether it went out */
+    bool sendCommandResponseMessage(const std::string& text);
+
+    /** Restarts the VICTORY service with the periods of status and health reports at
+     * `milliseconds`; the VCL file stays as it is. On the command topic's thread.
+     *  @return false, with the service running on, below 1000 ms and when the VCL can't be read
+     */
+    bool updateVDMdataRate(unsigned long milliseconds);
+
     // The VICTORY service. Main thread, or the one thread that restarts the service.
 
     /** Makes and starts the service with the VCL `text`, or with that of `vclFileName` for null.
@@ -137,6 +169,9 @@ public:
 
     static int cbSaveVclidCallback(void* data, VgpssService* service, const char* vclXml);
     static void cbTellStatus2DataCallback(void* data, VgpssService* service);
+    /** Carries out a zeroize of the keys and refuses everything else. Waits for the answer to each
+     *  zeroize, at most the request time-out. */
+    static int cbSetCommandCallback(void* data, VgpssService* service, VgpsCommandData commands);
 
     // Records for the service: pure functions of the receiver's messages.
 
@@ -178,8 +213,31 @@ public:
     bool appendVDBWarning(const VgpscReceiverWarningMessage& warning);
     /** A text longer than 255 characters is cut. */
     bool sendVDBcustomWarning(const std::string& text);
+    /** Tells the client how a zeroize of the receiver's keys ended.
+     *  @return whether a warning was queued
+     */
+    bool sendVDBCompleteWarning(ClearDataCommand::ClearDataType type, bool pass,
+                                const std::string& text);
 
 private:
+    using CommandTS = FACE::TSS::Details::HC_TypedTS<aspn2_msgs::idl::CommandResponse>;
+    using EventLogTS = FACE::TSS::Details::HC_TypedTS<aspn2_msgs::idl::EventLog>;
+    using MaintenanceTS = FACE::TSS::Details::HC_TypedTS<aspn2_msgs::idl::MaintenanceEvent>;
+
+    enum class HotStartState : std::int32_t { idle = 0, requested = 1, accepted = 2 };
+    enum class TransferState : std::int32_t {
+        idle = 0,
+        requested = 1,
+        collecting = 2,
+        complete = 3
+    };
+
+    /** A system command and what it starts; a response and who waits for it. */
+    struct Command;
+    struct Response;
+    static const std::array<Command, 5> s_commands;
+    static const std::array<Response, 3> s_responses;
+
     /** Codes by the receiver's warning number. Constant, so that a restart of the service has
      *  nothing to fill while receiver messages flow. */
     static constexpr std::size_t warningNumbers = 82;
@@ -198,6 +256,8 @@ private:
     /** @return whether `file` gave every setting */
     bool readConfiguration(FACE::Configuration& config, const FACE::String& file,
                            unsigned short& priority, unsigned short& cpu);
+    /** Hands the clear-data machine its times and callbacks. */
+    void configureClearData();
     void GetSystemParameters(FACE::Configuration& config, int handle, FACE::String& system,
                              FACE::String& configuration, ReturnCode& rc);
     void GetConfigParameters(FACE::Configuration& config, int handle, FACE::String& connections,
@@ -209,7 +269,37 @@ private:
     bool applyScheduling(unsigned short priority, unsigned short cpu) const;
 
     // Connecting.
+    /** @return whether participant, connections and callbacks are all there */
+    bool connectTransport();
+    bool createConnections();
+    bool registerTopicCallbacks();
+    void startReporters();
+    void publishVersions();
+    void disconnectTransport();
     bool connectDevices();
+
+    // System topics.
+    void selectLiveMode(const aspn2_msgs::idl::CommandResponse& command);
+    void selectSimulationMode(const aspn2_msgs::idl::CommandResponse& command);
+    void answerPing(const aspn2_msgs::idl::CommandResponse& command);
+    void startSanitize(const aspn2_msgs::idl::CommandResponse& command);
+    void answer(const aspn2_msgs::idl::CommandResponse& response);
+    /** @return false, with an event, when the message could not be sent */
+    bool publish(long long connection, const aspn2_msgs::idl::CommandResponse& message);
+    void takeResponse(const aspn2_msgs::idl::CommandResponse& message);
+    void takeWarmStartResponse(ASPN2::ResponseType::Value type);
+    void takeDataTransferResponse(ASPN2::ResponseType::Value type);
+    void takeHotStartResponse(ASPN2::ResponseType::Value type);
+    template <typename Body>
+    void guardTopic(const char* operation, const char* unknown, Body body);
+
+    // Commands of the bus.
+    int setCommands(const VgpsCommandData& commands);
+    /** Why a command is not carried out; empty for one that is. */
+    std::string refusalOf(const VgpsCommand& command) const;
+    void refuseCommand(const std::string& text);
+    bool queueCompleteWarning(ClearDataCommand::ClearDataType type, bool pass,
+                              const std::string& text);
 
     // Receiver messages, each on the queue callback thread.
     void handle5040(Frame frame);
@@ -225,12 +315,9 @@ private:
     /** Tell a report whose messages are all there and of one moment. */
     void checkStatus();
     void checkHealth();
-    void reportException(const std::string& text, const char* separator,
-                         std::source_location place = std::source_location::current());
-
     // The service.
     bool bringUpVictory(const char* text);
-    void registerCallbacks(VgpssService* service);
+    void registerVictoryCallbacks(VgpssService* service);
     void initVictoryManagementData(VgpssService* service);
     VgpscReceiverPorts makeReceiverPorts() const;
     int saveVclid(const char* vclXml);
@@ -245,6 +332,10 @@ private:
     static void report(const std::string& text,
                        HealthReporter::eEventType type = HealthReporter::EVENT_WARNING,
                        std::source_location place = std::source_location::current());
+    /** The report of what a callback of ours caught: an event, and a line that names the place. */
+    static void reportException(const char* operation, const char* separator,
+                                const std::string& text,
+                                std::source_location place = std::source_location::current());
     /** Runs `body` for a callback of the library: null data and exceptions end in a report.
      *  @return what `body` returns, `onNull` for null data, 1 after an exception
      */
@@ -268,6 +359,17 @@ private:
 
     std::atomic<ReportedState> m_state{FACE::LCM::Halcyrine::ReportedState::STOPPED};
     ASPN2::DeviceIdFactory m_deviceIdFactory;
+
+    // The system's topics: set while connecting, constant afterwards.
+    ASPN2::CmdResponse m_cmdResponse;
+    long long m_commandConnection = -1;
+    long long m_responseConnection = -1;
+    long long m_eventLogConnection = -1;
+    long long m_maintenanceConnection = -1;
+    std::shared_ptr<FACE::TSS::HC_TSS> m_tss;
+    std::shared_ptr<CommandTS> m_commandResponseTS;
+    std::shared_ptr<EventLogTS> m_eventLogTS;
+    std::shared_ptr<MaintenanceTS> m_maintenanceTS;
 
     // To the receiver.
     std::atomic<std::int64_t> m_gssipSeqNum{0};
@@ -308,10 +410,29 @@ private:
     Tyrn_8040_Msg::unpacked_msg8040_t m_msg8040 GUARDED_BY(m_vdbWarningMutex){};
     WarningQueue m_vdbWarnings GUARDED_BY(m_vdbWarningMutex);
 
+    // Exchanges of a hot start: the answer to a command, and its waiter.
+    utilities::Mutex m_hotStartMutex;
+    utilities::Condition m_hotStartCondition;
+    /** Changes under the mutex, save by the watchdog. */
+    std::atomic<HotStartState> m_hotStartState{HotStartState::idle};
+    bool m_hotStartResponse GUARDED_BY(m_hotStartMutex) = false;
+    utilities::Mutex m_warmStartMutex;
+    utilities::Condition m_warmStartCondition;
+    bool m_warmStartResponse GUARDED_BY(m_warmStartMutex) = false;
+    bool m_warmStartAccepted GUARDED_BY(m_warmStartMutex) = false;
+    utilities::Mutex m_dtMutex;
+    utilities::Condition m_dtCondition;
+    /** Changes under the mutex; the receiver's thread reads it without. */
+    std::atomic<TransferState> m_dtState{TransferState::idle};
+
     // Settings of the receiver, touched by receiver and library threads without a lock.
     std::atomic<double> m_magneticVariation{360.0};
     std::atomic<bool> m_skipReceiverMagVar{false};
     std::atomic<bool> m_skipMissionDuration{false};
     std::atomic<bool> m_missionDurationValid{false};
     std::atomic<std::uint16_t> m_missionDuration{0};
+
+    // Their threads reach into what is declared above, and end first.
+    WatchdogTimer m_hotStartWatchdog;
+    ClearDataCommand m_clearData;
 };

@@ -90,8 +90,21 @@ bool VGpsReceiverServer::readConfiguration(FACE::Configuration& config, const FA
     m_gssipSourceServerId = static_cast<std::uint8_t>(gssipSource);
     m_clearDataInProgressTimeoutSeconds = inProgressTimeout;
     m_clearDataRequestTimeoutSeconds = requestTimeout;
+    configureClearData();
     config.Close(handle, ignored);
     return true;
+}
+
+void VGpsReceiverServer::configureClearData() {
+    m_clearData.setClearDataInProgressTimeout(m_clearDataInProgressTimeoutSeconds);
+    m_clearData.setClearDataRequestTimeout(m_clearDataRequestTimeoutSeconds);
+    m_clearData.m_quiet = !m_debug;
+    m_clearData.setCommandResponseMessageCallback(
+        [this](const std::string& text) { return sendCommandResponseMessage(text); });
+    m_clearData.setSendVDBCompleteWarningCallback(
+        [this](ClearDataCommand::ClearDataType type, bool pass, const std::string& text) {
+            return sendVDBCompleteWarning(type, pass, text);
+        });
 }
 
 void VGpsReceiverServer::GetSystemParameters(FACE::Configuration& config, int handle,

@@ -44,10 +44,10 @@ void VGpsReceiverServer::cbGssip(const aspn2_msgs::idl::GSSIP& message) {
     try {
         dispatch(message);
     } catch (const std::exception& exception) {
-        reportException(m_serverName + ": An exception occurred. Details: " + exception.what(),
-                        ": ");
+        reportException("cbGssip", ": ",
+                        m_serverName + ": An exception occurred. Details: " + exception.what());
     } catch (...) {
-        reportException(m_serverName + ": Unknown c++ exception in cbGssip", " :");
+        reportException("cbGssip", " :", m_serverName + ": Unknown c++ exception in cbGssip");
     }
 }
 
@@ -260,11 +260,4 @@ int VGpsReceiverServer::WriteBytes(const void* bytes, unsigned int length) {
                               ", SeqNum = ", sequence));
     }
     return 0;
-}
-
-void VGpsReceiverServer::reportException(const std::string& text, const char* separator,
-                                         std::source_location place) {
-    HealthReporter::Instance().SendEvent(place.file_name(), static_cast<int>(place.line()),
-                                         HealthReporter::EVENT_WARNING, text);
-    printLine(baseName(place.file_name()), " (", place.line(), ") ", "cbGssip", separator, text);
 }

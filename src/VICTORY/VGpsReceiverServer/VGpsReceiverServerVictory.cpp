@@ -61,7 +61,7 @@ bool VGpsReceiverServer::bringUpVictory(const char* text) {
         m_victoryRunning = false;
         return false;
     }
-    registerCallbacks(service);
+    registerVictoryCallbacks(service);
     if (m_debug) {
         printLine(m_serverName, ": done. Starting VICTORY gps server...");
     }
@@ -76,7 +76,7 @@ bool VGpsReceiverServer::bringUpVictory(const char* text) {
     return true;
 }
 
-void VGpsReceiverServer::registerCallbacks(VgpssService* service) {
+void VGpsReceiverServer::registerVictoryCallbacks(VgpssService* service) {
     if (m_debug) {
         printLine(m_serverName, ": Registering VICTORY functions...");
     }
@@ -85,6 +85,7 @@ void VGpsReceiverServer::registerCallbacks(VgpssService* service) {
         vgpssInitPubGroup(service, group, m_publishPeriod);
     }
     vgpssInitTellCallback(service, status2Group, cbTellStatus2DataCallback, this);
+    vgpssInitSetCommandCallback(service, cbSetCommandCallback, this);
 }
 
 void VGpsReceiverServer::initVictoryManagementData(VgpssService* service) {

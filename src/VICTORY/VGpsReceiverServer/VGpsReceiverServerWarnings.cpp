@@ -67,3 +67,40 @@ VgpscReceiverWarningMessage VGpsReceiverServer::makeWarning(VgpscWarningMessage 
     std::memcpy(warning.customText, text.data(), length);
     return warning;
 }
+
+bool VGpsReceiverServer::sendVDBCompleteWarning(ClearDataCommand::ClearDataType type, bool pass,
+                                                const std::string& text) {
+    try {
+        return queueCompleteWarning(type, pass, text);
+    } catch (const std::exception& exception) {
+        report(m_serverName + ": An exception occurred. Details: " + exception.what());
+    } catch (...) {
+        report(m_serverName + ": Unknown c++ exception occurred");
+    }
+    return false;
+}
+
+bool VGpsReceiverServer::queueCompleteWarning(ClearDataCommand::ClearDataType type, bool pass,
+                                              const std::string& text) {
+    if (m_debug) {
+        printLine(m_serverName, ": eClearType: ", ClearDataCommand::clearRequestCommand(type),
+                  ", pass = ", pass, ", text = ", text);
+    }
+    switch (type) {
+        case ClearDataCommand::ClearDataCvZeroize:
+            return appendVDBWarning(makeWarning(pass ? zeroizePassed : zeroizeFailed, text));
+        case ClearDataCommand::ClearDataZeroize:
+        case ClearDataCommand::ClearDataDestroy:
+            return false;
+        default:
+            break;
+    }
+    const std::string unknown =
+        utilities::concat(m_serverName, ": Unknown eClearType: ", static_cast<int>(type));
+    HealthReporter::Instance().SendEvent(__FILE__, __LINE__, HealthReporter::EVENT_WARNING,
+                                         unknown);
+    if (m_debug) {
+        printLine(unknown);
+    }
+    return false;
+}
