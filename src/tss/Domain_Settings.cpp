@@ -71,7 +71,7 @@ std::string whyNotFree(std::uint16_t port) {
     address.sin_family = AF_INET;
     address.sin_port = htons(port);
     const int failed = ::bind(socket, reinterpret_cast<const sockaddr*>(&address), sizeof(address));
-    const std::string reason = failed == 0 ? "" : std::generic_category().message(errno);
+    std::string reason = failed == 0 ? "" : std::generic_category().message(errno);
     ::close(socket);
     return reason;
 }

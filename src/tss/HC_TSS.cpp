@@ -148,30 +148,36 @@ void HC_TSS::Create_Connection(const String& name, long long /*timeout*/, long l
         rc = RETURN_CODE_TYPE::NOT_AVAILABLE;
         return;
     }
-    rc = RETURN_CODE_TYPE::NO_ERROR;
-    connection = findConnection(name);
-    if (connection >= 0) {
-        return;
+    try {
+        const long long known = findConnection(name);
+        rc = RETURN_CODE_TYPE::NO_ERROR;
+        connection = known >= 0 ? known : makeConnection(name, rc);
+    } catch (const std::exception&) {
+        rc = RETURN_CODE_TYPE::NO_ACTION;
     }
+}
+
+/** The new connection's id, or -1 with the reason in `rc`. */
+long long HC_TSS::makeConnection(const String& name, RETURN_CODE_TYPE::Value& rc) {
     int handle = 0;
     m_configuration->Open(name, handle, rc);
     if (rc != RETURN_CODE_TYPE::NO_ERROR) {
         rc = RETURN_CODE_TYPE::INVALID_CONFIG;
-        return;
+        return -1;
     }
     const Open_Handle open(*m_configuration, handle);
     Connection_t made = readConnection(name, handle, rc);
     if (rc != RETURN_CODE_TYPE::NO_ERROR) {
-        return;
+        return -1;
     }
     if (!okRegisterTopic(made.typeSupport.get())) {
         utilities::printErrorLine("!!!!! Could NOT register topic ",
                                   static_cast<const void*>(made.typeSupport.get()),
                                   " with participant ", m_name);
         rc = RETURN_CODE_TYPE::NO_ACTION;
-        return;
+        return -1;
     }
-    connection = addConnection(std::move(made));
+    return addConnection(std::move(made));
 }
 
 HC_TSS::Connection_t HC_TSS::readConnection(const String& name, int handle,

@@ -135,6 +135,7 @@ public:
 private:
     bool openDomain(const String& file, int& handle);
     void createParticipant();
+    long long makeConnection(const String& name, RETURN_CODE_TYPE::Value& rc) EXCLUDES(m_mutex);
     Connection_t readConnection(const String& name, int handle, RETURN_CODE_TYPE::Value& rc);
     long long findConnection(const String& name) EXCLUDES(m_mutex);
     long long addConnection(Connection_t connection) EXCLUDES(m_mutex);

@@ -2,6 +2,8 @@
 #pragma once
 
 #include <gmock/gmock.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -10,6 +12,7 @@
 #include <map>
 #include <memory>
 #include <sstream>
+#include <stdexcept>
 #include <string>
 #include <thread>
 #include <tuple>
@@ -59,6 +62,32 @@ inline std::string payloadOf(const CommandResponse& message) {
     eprosima::fastrtps::rtps::SerializedPayload_t payload(type.getSerializedSizeProvider(&copy)());
     type.serialize(&copy, &payload);
     return {reinterpret_cast<const char*>(payload.data), payload.length};
+}
+
+/** A TCP port that somebody listens on. */
+class Taken_Port {
+public:
+    Taken_Port() {
+        auto* const address = reinterpret_cast<sockaddr*>(&m_address);
+        if (::bind(m_socket, address, m_size) != 0 || ::listen(m_socket, 1) != 0 ||
+            ::getsockname(m_socket, address, &m_size) != 0) {
+            throw std::runtime_error("no port to be had");
+        }
+    }
+    ~Taken_Port() { ::close(m_socket); }
+    Taken_Port(const Taken_Port&) = delete;
+    Taken_Port& operator=(const Taken_Port&) = delete;
+
+    std::string number() const { return std::to_string(ntohs(m_address.sin_port)); }
+
+private:
+    const int m_socket = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_in m_address{AF_INET, 0, {}, {}};
+    socklen_t m_size = sizeof(m_address);
+};
+
+inline std::string freePort() {
+    return Taken_Port().number();
 }
 
 /** What a callback got. */
@@ -114,6 +143,7 @@ private:
 
     static std::vector<std::string> textsOf(const std::vector<Arrival>& arrivals) {
         std::vector<std::string> found;
+        found.reserve(arrivals.size());
         for (const Arrival& arrival : arrivals) {
             found.push_back(arrival.message.command_response());
         }
@@ -220,13 +250,15 @@ public:
 
 private:
     static std::string container(const std::string& name, const Parameters& parameters) {
-        std::string text = "<Container><Name>" + name + "</Name><Parameters>";
+        std::ostringstream text;
+        text << "<Container><Name>" << name << "</Name><Parameters>";
         for (const auto& [parameter, value] : parameters) {
             if (!value.empty()) {
-                text += "<" + parameter + ">" + value + "</" + parameter + ">";
+                text << "<" << parameter << ">" << value << "</" << parameter << ">";
             }
         }
-        return text + "</Parameters></Container>";
+        text << "</Parameters></Container>";
+        return text.str();
     }
 
     static inline int s_count = 0;

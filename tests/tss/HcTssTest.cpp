@@ -1,7 +1,5 @@
 /** What the transport answers, one process. */
 #include <gmock/gmock.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
 
 #include <fstream>
 #include <limits>
@@ -113,26 +111,6 @@ TEST(Transport, EachDomainParameterIsNeeded_AndNamedWhenMissing) {
     EXPECT_EQ(GetCapturedStdout(),
               "WARNING - Parameter DomainId not found\nWARNING - Parameter TcpPort not found\n");
 }
-
-/** A port that somebody listens on. */
-class Taken_Port {
-public:
-    Taken_Port() {
-        ::bind(m_socket, reinterpret_cast<sockaddr*>(&m_address), m_size);
-        ::listen(m_socket, 1);
-        ::getsockname(m_socket, reinterpret_cast<sockaddr*>(&m_address), &m_size);
-    }
-    ~Taken_Port() { ::close(m_socket); }
-    Taken_Port(const Taken_Port&) = delete;
-    Taken_Port& operator=(const Taken_Port&) = delete;
-
-    std::string number() const { return std::to_string(ntohs(m_address.sin_port)); }
-
-private:
-    const int m_socket = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_in m_address{AF_INET, 0, {}, {}};
-    socklen_t m_size = sizeof(m_address);
-};
 
 TEST(Transport, ParticipantThatCannotBeMade_IsAnInvalidConfiguration) {
     const Taken_Port taken;
@@ -306,7 +284,7 @@ std::vector<std::string> kindsOf(TSS::QoS_Element (*convert)(const Policy&), Kin
 
 std::vector<std::string> expected(const std::string& policy, std::vector<std::string> kinds) {
     for (std::string& kind : kinds) {
-        kind = policy + " " + kind;
+        kind.insert(0, policy + " ");
     }
     return kinds;
 }

@@ -88,7 +88,7 @@ std::string Peer::line() {
         }
         m_unread.append(bytes.data(), static_cast<std::size_t>(count));
     }
-    const std::string said = m_unread.substr(0, end);
+    std::string said = m_unread.substr(0, end);
     m_unread.erase(0, end + 1);
     return said;
 }

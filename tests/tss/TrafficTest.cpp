@@ -1,7 +1,4 @@
 /** What goes between the transport and another process, and what may go wrong on the way. */
-#include <netinet/in.h>
-#include <sys/socket.h>
-
 #include <atomic>
 #include <cstring>
 #include <latch>
@@ -28,16 +25,6 @@ std::string order(int count, int rate, const std::string& payload) {
  */
 auto Got(const std::string& text) {
     return ::testing::StartsWith("got " + toHex(payloadOf(command(text))));
-}
-
-std::string freePort() {
-    const int socket = ::socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address{AF_INET, 0, {}, {}};
-    socklen_t size = sizeof(address);
-    ::bind(socket, reinterpret_cast<sockaddr*>(&address), size);
-    ::getsockname(socket, reinterpret_cast<sockaddr*>(&address), &size);
-    ::close(socket);
-    return std::to_string(ntohs(address.sin_port));
 }
 
 /** A server with the connections "Command" (0) and "Response" (1), and its peer. */
