@@ -17,6 +17,11 @@ inline constexpr unsigned char GSSIP = 46;
 inline constexpr unsigned char MaintenanceEvent = 59;
 }  // namespace MessageKinds
 
+/** The server id in a device id, as a message's head carries it. */
+constexpr unsigned serverIdOf(std::int32_t deviceId) {
+    return static_cast<std::uint32_t>(deviceId) >> 16 & 0xFFU;
+}
+
 namespace SystemIds {
 
 inline constexpr const char* orda_name = "ORDA";

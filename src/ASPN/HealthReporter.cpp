@@ -37,6 +37,10 @@ HealthReporter::HealthReporter() : m_eventQueue(maxEvents, EVENT_INFO, configRep
 
 void HealthReporter::SendEvent(const char* file, int line, eEventType type,
                                const std::string& text) {
+    // What comes while the publisher ends would keep it from ending.
+    if (m_stop) {
+        return;
+    }
     std::string stamped =
         FaultHysteresis::Instance().Check(type, file == nullptr ? "" : file, line, text);
     const bool known = type >= 0 && type <= lastEventType;
@@ -84,6 +88,7 @@ void HealthReporter::DoneHealthReporter() {
     if (m_thread.joinable()) {
         m_stop = true;
         m_thread.join();
+        m_stop = false;
     }
     m_eventLogTypedTS.reset();
     m_initialized = false;

@@ -57,7 +57,8 @@ public:
                             std::int64_t connection);
 
     /** Ends the publisher, once what waits has gone out at its pace, and lets the transport go.
-     *  Nothing happens when it was not started. Main thread. */
+     *  Plain events that come meanwhile are dropped. Nothing happens when it was not started. Main
+     *  thread. */
     void DoneHealthReporter();
 
     HealthReporter(const HealthReporter&) = delete;

@@ -79,6 +79,9 @@ std::string Read_Config(Configuration& config, int handle, const String& name) {
 }
 
 bool Write_Config(Configuration& config, int handle, const String& name, const String& value) {
+    if (!value.is_valid()) {
+        return false;
+    }
     // The interface takes a mutable buffer, and only reads it.
     void* bytes = const_cast<char*>(value.buffer());
     const int size = static_cast<int>(value.length());

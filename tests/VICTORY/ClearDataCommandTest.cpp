@@ -68,8 +68,8 @@ protected:
     }
     /** A request on a thread of its own, and the ACK for it. */
     void requestAndAcknowledge() {
-        std::thread peer([this] {
-            waitFor(sent().size() + 1, 0);
+        std::thread peer([this, commands = sent().size() + 1] {
+            waitFor(commands, 0);
             while (!reply("TYRN_CV_ZEROIZE_ACK")) {
                 std::this_thread::yield();
             }
@@ -127,11 +127,11 @@ TEST_F(ClearData, EachTypeHasItsOwnWords) {
 TEST_F(ClearData, RefusalWhileWaitingIsReportedOnce) {
     std::thread peer([this] {
         waitFor(1, 0);
-        while (!reply("TYRN_CV_ZEROIZE_NACK")) {
-            std::this_thread::yield();
-        }
+        // A wait that has begun: the answer of before it would let the request pass.
+        std::this_thread::sleep_for(200ms);
+        EXPECT_TRUE(reply("TYRN_CV_ZEROIZE_NACK"));
     });
-    machine.processClearDataRequestType(zeroize);
+    EXPECT_FALSE(machine.processClearDataRequestType(zeroize));
     peer.join();
     EXPECT_THAT(reports(),
                 testing::ElementsAre(Report{

@@ -126,10 +126,11 @@ void vgpssDeleteService(VgpssService* service) {
     }
     const utilities::MutexLock lock(g_mutex);
     note(service, "DeleteService");
-    g_standing = nullptr;
+    service->started = false;
     while (g_callbacks != 0) {
         g_idle.wait(g_mutex);
     }
+    g_standing = nullptr;
 }
 
 int vgpssStartService(VgpssService* service) {

@@ -202,7 +202,13 @@ bool ClearDataCommand::refuse(ClearDataType type, Operation active) {
 }
 
 bool ClearDataCommand::abandon(Operation mine) {
-    Ending ending(m_operation, mine, ClearDataRequested);
+    const utilities::MutexLock lock(m_mutex);
+    // A late ACK of an operation before may have met this one.
+    const bool acknowledged = isCurrent(mine, ClearDataInProgress);
+    Ending ending(m_operation, mine, acknowledged ? ClearDataInProgress : ClearDataRequested);
+    if (acknowledged) {
+        m_watchdog.cancelWatchdog();
+    }
     ending.finish();
     return false;
 }
@@ -228,7 +234,9 @@ bool ClearDataCommand::waitLocked(Operation mine) {
             m_mutex, utilities::deadlineAfter(std::chrono::steady_clock::now(),
                                               wholeSeconds(m_clearDataRequestTimeout)));
     }
-    m_wait = nullptr;
+    if (m_wait == &wait) {
+        m_wait = nullptr;
+    }
     if (!inTime && endByRequestTimeout(mine)) {
         return false;
     }

@@ -54,7 +54,7 @@ public:
     void setSendVDBCompleteWarningCallback(CompleteWarningCallback callback);
     void setClearDataInProgressTimeout(std::int64_t seconds);
     void setClearDataRequestTimeout(std::int64_t seconds);
-    /** Nothing but exceptions and replies out of turn is printed while true. */
+    /** While true, only exceptions and an ACK or NACK out of turn are printed. */
     bool m_quiet = true;
 
     /** Starts an operation and waits for its ACK, at most for the request time-out.
@@ -72,8 +72,8 @@ public:
     static std::string_view clearRequestCommand(int type);
 
 private:
-    /** The operation under way, in one word. Changes only by compare and swap, so that each step
-     *  has one winner. */
+    /** The operation under way, in one word. Begins and ends by compare and swap, so that each step
+     *  has one winner; becomes acknowledged under the mutex. */
     struct Operation {
         std::uint32_t number = 0;  ///< counts the operations: tells one's own from a later one
         std::uint8_t type = ClearDataNone;
@@ -99,7 +99,7 @@ private:
     std::optional<Operation> begin(ClearDataType type, Operation& active);
     bool refuse(ClearDataType type, Operation active);
     /** Makes the machine idle after a request that never went out. @return false */
-    bool abandon(Operation mine);
+    bool abandon(Operation mine) EXCLUDES(m_mutex);
     bool waitForClearDataRequestedResponse(Operation mine) EXCLUDES(m_mutex);
     bool waitLocked(Operation mine) REQUIRES(m_mutex);
     /** @return false when the operation had its end already */
@@ -135,6 +135,7 @@ private:
      *  runs without it: cancelling the watchdog under it waits for that thread. */
     utilities::Mutex m_mutex;
     utilities::Condition m_condition;
+    /** Of the request that waits for its answer; each answer is told to the one it is for. */
     Wait* m_wait GUARDED_BY(m_mutex) = nullptr;
     /** Started and cancelled under m_mutex. Last member: its thread ends first. */
     WatchdogTimer m_watchdog;

@@ -15,10 +15,11 @@ VGpsReceiverServer::VGpsReceiverServer()
 VGpsReceiverServer::~VGpsReceiverServer() {
     // Callbacks of topics, queue and service reach into this object, and the publisher uses its
     // transport: all of them end before any member goes.
+    m_sanitizer.stop();
     HealthReporter::Instance().DoneHealthReporter();
     disconnectTransport();
-    m_gssipMcsq.reset();
     vgpssDeleteService(m_vgpssService.take());
+    m_gssipMcsq.reset();
 }
 
 void VGpsReceiverServer::Initialize(ReturnCode& rc) {

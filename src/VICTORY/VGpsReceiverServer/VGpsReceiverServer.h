@@ -7,12 +7,12 @@
  *  |---|---|---|
  *  | VGpsReceiverServer.cpp | life cycle | main |
  *  | VGpsReceiverServerConfiguration.cpp | configuration | main |
- *  | VGpsReceiverServerFramework.cpp | connecting and disconnecting | main |
- *  | VGpsReceiverServerCommands.cpp | system topics, commands of the bus | transport, library |
- *  | VGpsReceiverServerGssip.cpp | receiver traffic | queue callback thread; WriteBytes: any |
- *  | VGpsReceiverServerVictory.cpp | the service's bring-up and callback convention | main, library
- * | | VGpsReceiverServerStatus.cpp | receiver status, status 2 | queue callback thread, library |
- *  | VGpsReceiverServerHealth.cpp | satellite health | queue callback thread |
+ *  | VGpsReceiverServerFramework.cpp | connecting, disconnecting | main |
+ *  | VGpsReceiverServerGssip.cpp | receiver traffic | queue callback; WriteBytes: any |
+ *  | VGpsReceiverServerCommands.cpp | system topics, bus commands | transport, library |
+ *  | VGpsReceiverServerVictory.cpp | the service's bring-up | main, sanitizer |
+ *  | VGpsReceiverServerStatus.cpp | receiver status, status 2 | queue callback, library |
+ *  | VGpsReceiverServerHealth.cpp | satellite health | queue callback |
  *  | VGpsReceiverServerWarnings.cpp | warning queue | any |
  *
  *  Of the locks below a thread of ours holds at most one at a time.
@@ -32,6 +32,7 @@
 #include "ASPN/AspnDeviceIds.h"
 #include "ASPN/HealthReporter.h"
 #include "VICTORY/Utilities/ClearDataCommand.h"
+#include "VICTORY/VGpsReceiverServer/SerialWorker.h"
 #include "VICTORY/VGpsReceiverServer/ServiceHandle.h"
 #include "VICTORY/VGpsReceiverServer/WarningQueue.h"
 #include "aspn2_msgs/CommandResponse.h"
@@ -102,9 +103,9 @@ public:
      */
     void Configure(const FACE::String& file, ReturnCode& rc) override;
 
-    /** Brings up devices and the VICTORY service. `file` is not read.
+    /** Brings up transport, devices, reporters and the VICTORY service. `file` is not read.
      *  @param[out] rc NO_ERROR, or INVALID_CONFIG when a part did not come up
-     *  @throws std::runtime_error when the FPGA can't be used
+     *  @throws std::runtime_error when the FPGA can't be used or a reporter does not start
      */
     void Framework_Connect(const FACE::String& file, ReturnCode& rc) override;
     /** @param[out] rc always NO_ERROR */
@@ -140,8 +141,7 @@ public:
     // System topics, on threads of the transport, one sample of a connection at a time, with no
     // lock of ours held. Neither lets an exception out.
 
-    /** Takes a command that any server sent; one that is known is carried out and answered. Waits
-     *  for the restart of the VICTORY service where a sanitize begins. */
+    /** Takes a command that any server sent; one that is known is carried out and answered. */
     void cbCmd(const aspn2_msgs::idl::CommandResponse& message);
     /** Takes a response to a command of this server and wakes whoever waits for it. */
     void cbRsp(const aspn2_msgs::idl::CommandResponse& message);
@@ -150,12 +150,12 @@ public:
     bool sendCommandResponseMessage(const std::string& text);
 
     /** Restarts the VICTORY service with the periods of status and health reports at
-     * `milliseconds`; the VCL file stays as it is. On the command topic's thread.
+     *  `milliseconds`; the VCL file stays as it is. Waits for callbacks of the service under way.
      *  @return false, with the service running on, below 1000 ms and when the VCL can't be read
      */
     bool updateVDMdataRate(unsigned long milliseconds);
 
-    // The VICTORY service. Main thread, or the one thread that restarts the service.
+    // The VICTORY service. Main thread, or the sanitizer's.
 
     /** Makes and starts the service with the VCL `text`, or with that of `vclFileName` for null.
      *  @return whether the service is up
@@ -283,6 +283,9 @@ private:
     void selectSimulationMode(const aspn2_msgs::idl::CommandResponse& command);
     void answerPing(const aspn2_msgs::idl::CommandResponse& command);
     void startSanitize(const aspn2_msgs::idl::CommandResponse& command);
+    /** The sanitizer's job. */
+    void endReports();
+    void acceptHotStart() REQUIRES(m_hotStartMutex);
     void answer(const aspn2_msgs::idl::CommandResponse& response);
     /** @return false, with an event, when the message could not be sent */
     bool publish(long long connection, const aspn2_msgs::idl::CommandResponse& message);
@@ -298,6 +301,9 @@ private:
     /** Why a command is not carried out; empty for one that is. */
     std::string refusalOf(const VgpsCommand& command) const;
     void refuseCommand(const std::string& text);
+    /** Runs `body`; an exception is reported and gives false. */
+    template <typename Body>
+    bool guardWarning(Body body);
     bool queueCompleteWarning(ClearDataCommand::ClearDataType type, bool pass,
                               const std::string& text);
 
@@ -433,6 +439,10 @@ private:
     std::atomic<std::uint16_t> m_missionDuration{0};
 
     // Their threads reach into what is declared above, and end first.
+    /** Restarts the service when a sanitize begins. Not on the topic's own thread: that one holds
+     *  the reader's lock, which a zeroize needs to go out on the same topic, and brings the answer
+     *  that the zeroize waits for, while the restart waits for the zeroize. */
+    SerialWorker m_sanitizer{[this] { endReports(); }};
     WatchdogTimer m_hotStartWatchdog;
     ClearDataCommand m_clearData;
 };

@@ -31,10 +31,6 @@ constexpr unsigned long shortestPeriod = 1000;
 
 constexpr std::int32_t zeroizeCommand = 0;
 
-constexpr unsigned serverIdOf(std::int32_t deviceId) {
-    return static_cast<std::uint32_t>(deviceId) >> 16 & 0xFFU;
-}
-
 }  // namespace
 
 struct VGpsReceiverServer::Command {
@@ -92,11 +88,17 @@ void VGpsReceiverServer::answerPing(const CommandResponse& command) {
 
 void VGpsReceiverServer::startSanitize(const CommandResponse& /*command*/) {
     m_sanitizeInProgress = true;
-    if (!updateVDMdataRate(noReports)) {
-        HealthReporter::Instance().SendEvent(
-            __FILE__, __LINE__, HealthReporter::EVENT_WARNING,
-            m_serverName + ": Could not reduce VDM data rates during sanitize operation!");
-    }
+    m_sanitizer.request();
+}
+
+void VGpsReceiverServer::endReports() {
+    guardTopic("endReports", ": Unknown c++ exception occurred", [&] {
+        if (!updateVDMdataRate(noReports)) {
+            HealthReporter::Instance().SendEvent(
+                __FILE__, __LINE__, HealthReporter::EVENT_WARNING,
+                m_serverName + ": Could not reduce VDM data rates during sanitize operation!");
+        }
+    });
 }
 
 void VGpsReceiverServer::answer(const CommandResponse& response) {
@@ -110,8 +112,11 @@ void VGpsReceiverServer::answer(const CommandResponse& response) {
 
 bool VGpsReceiverServer::publish(long long connection, const CommandResponse& message) {
     long long transaction = 0;
-    ReturnCode rc = RETURN_CODE_TYPE::NO_ERROR;
-    m_commandResponseTS->Send_Message(connection, -1, transaction, message, rc);
+    // There is no typed transport when it failed to come up, and the bus may ask even then.
+    ReturnCode rc = RETURN_CODE_TYPE::NOT_AVAILABLE;
+    if (m_commandResponseTS) {
+        m_commandResponseTS->Send_Message(connection, -1, transaction, message, rc);
+    }
     if (rc == RETURN_CODE_TYPE::NO_ERROR) {
         return true;
     }
@@ -140,7 +145,7 @@ constexpr std::array<VGpsReceiverServer::Response, 3> VGpsReceiverServer::s_resp
 void VGpsReceiverServer::cbRsp(const CommandResponse& message) {
     guardTopic("cbRsp", ": Unknown c++ exception occurred", [&] {
         if (m_state != FACE::LCM::Halcyrine::ReportedState::RUNNING ||
-            serverIdOf(message.commanded_device_id()) != m_serverId ||
+            ASPN2::serverIdOf(message.commanded_device_id()) != m_serverId ||
             message.command_response_type() != aspn2_msgs::idl::COMMAND_RESPONSE_TYPE_RESPONSE) {
             return;
         }
@@ -153,8 +158,8 @@ void VGpsReceiverServer::takeResponse(const CommandResponse& message) {
     if (!m_quiet) {
         printLine(baseName(__FILE__), " (", __LINE__, ") ", "cbRsp",
                   " : m_serverId = ", unsigned{m_serverId},
-                  " : sourceId = ", serverIdOf(message.header().device_id()),
-                  ", commandedId = ", serverIdOf(message.commanded_device_id()),
+                  " : sourceId = ", ASPN2::serverIdOf(message.header().device_id()),
+                  ", commandedId = ", ASPN2::serverIdOf(message.commanded_device_id()),
                   ", response string = ", text);
         m_clearData.dumpStateInfo();
     }
@@ -199,10 +204,7 @@ void VGpsReceiverServer::takeHotStartResponse(ResponseType::Value type) {
         m_hotStartResponse = true;
         switch (type) {
             case ResponseType::Ack:
-                m_hotStartState = HotStartState::accepted;
-                // Without the mutex: whoever cancels the timer under it waits for this to end.
-                m_hotStartWatchdog.startWatchdog(hotStartLimit,
-                                                 [this] { m_hotStartState = HotStartState::idle; });
+                acceptHotStart();
                 break;
             case ResponseType::Nack:
                 if (m_hotStartState == HotStartState::requested) {
@@ -219,6 +221,20 @@ void VGpsReceiverServer::takeHotStartResponse(ResponseType::Value type) {
         }
     }
     m_hotStartCondition.notify_all();
+}
+
+void VGpsReceiverServer::acceptHotStart() {
+    // A timer of before that is just expiring must not end what begins here.
+    m_hotStartWatchdog.cancelWatchdog();
+    m_hotStartState = HotStartState::accepted;
+    try {
+        // Without the mutex: whoever cancels the timer under it waits for this to end.
+        m_hotStartWatchdog.startWatchdog(hotStartLimit,
+                                         [this] { m_hotStartState = HotStartState::idle; });
+    } catch (...) {
+        m_hotStartState = HotStartState::idle;
+        throw;
+    }
 }
 
 bool VGpsReceiverServer::updateVDMdataRate(unsigned long milliseconds) {

@@ -29,9 +29,8 @@ void readInto(FACE::Configuration& config, int handle, const Setting& setting,
     } else if (const auto* flag = std::get_if<bool*>(&setting.target)) {
         Helpers::Get_Boolean_Parameter(config, handle, setting.parameter, **flag, rc);
     } else {
-        unsigned long long number = 0;
         auto& target = *std::get<unsigned short*>(setting.target);
-        number = target;
+        unsigned long long number = target;
         Helpers::Details::Get_Unsigned_Parameter(config, handle, setting.parameter, number, rc);
         target = static_cast<unsigned short>(number);
     }

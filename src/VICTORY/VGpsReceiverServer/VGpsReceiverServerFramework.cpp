@@ -101,6 +101,7 @@ void VGpsReceiverServer::publishVersions() {
 }
 
 void VGpsReceiverServer::Framework_Disconnect(ReturnCode& rc) {
+    m_sanitizer.stop();
     HealthReporter::Instance().DoneHealthReporter();
     FpgaFace::Instance().DoneFpga();
     disconnectTransport();
@@ -145,6 +146,5 @@ bool VGpsReceiverServer::connectDevices() {
         m_ioDevicesFile, "DT_OUT", [](const aspn2_msgs::idl::GSSIP&) {}, codes[2]);
     m_gssipMcsq->Connect_WriteOnly(m_ioDevicesFile, "HC_TYR", m_gssipWriteConnection, codes[3]);
     m_gssipMcsq->Connect_WriteOnly(m_ioDevicesFile, "DT_IN", m_dtInConnection, codes[4]);
-    return std::ranges::all_of(codes,
-                               [](ReturnCode code) { return code == RETURN_CODE_TYPE::NO_ERROR; });
+    return allWell(codes);
 }

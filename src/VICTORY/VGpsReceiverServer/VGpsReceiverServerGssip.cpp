@@ -15,11 +15,6 @@ using utilities::printLine;
 
 namespace {
 
-/** The server id in bits 16 to 23 of a device id. */
-constexpr std::uint8_t serverIdOf(std::int32_t deviceId) {
-    return static_cast<std::uint8_t>(static_cast<std::uint32_t>(deviceId) >> 16);
-}
-
 /** No frame shorter than this has a message id. */
 constexpr unsigned int shortestFrame = 4;
 
@@ -56,7 +51,7 @@ void VGpsReceiverServer::dispatch(const aspn2_msgs::idl::GSSIP& message) {
         return;
     }
     if (m_gssipSourceServerId != 0 &&
-        serverIdOf(message.header().device_id()) != m_gssipSourceServerId) {
+        ASPN2::serverIdOf(message.header().device_id()) != m_gssipSourceServerId) {
         return;
     }
     const Frame frame{message.data().data(), static_cast<unsigned int>(message.data().size())};

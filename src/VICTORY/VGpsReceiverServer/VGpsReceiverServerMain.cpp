@@ -82,8 +82,9 @@ int main(int argc, char* argv[]) {
     try {
         serve(argv[0], argv[1]);
         return EXIT_SUCCESS;
-    } catch (const std::exception&) {
-        // The failed guard has said why; unwinding has released what was up by then.
+    } catch (const std::exception& exception) {
+        // Unwinding has released what was up by then.
+        utilities::printErrorLine(exception.what());
         return EXIT_FAILURE;
     }
 }

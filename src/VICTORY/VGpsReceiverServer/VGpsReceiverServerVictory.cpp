@@ -36,6 +36,8 @@ bool VGpsReceiverServer::InitializeVictory(const char* text) {
     } catch (...) {
         report(m_serverName + ": Unknown c++ exception occurred");
     }
+    // Half made counts as not made: the next start finds the endpoint free.
+    vgpssDeleteService(m_vgpssService.take());
     m_victoryRunning = false;
     return false;
 }

@@ -4,6 +4,7 @@
 #include "VICTORY/VGpsReceiverServer/VGpsReceiverServer.h"
 #include "utilities/Console.h"
 
+using utilities::baseName;
 using utilities::printLine;
 
 namespace {
@@ -41,21 +42,39 @@ VgpscWarningMessage VGpsReceiverServer::encodeVictoryWarningId(std::uint16_t num
     return number < m_warningIds.size() ? m_warningIds[number] : customWarning;
 }
 
-bool VGpsReceiverServer::appendVDBWarning(const VgpscReceiverWarningMessage& warning) {
-    if (m_debug && warning.hasCustomText != 0) {
-        printLine("appendVDBWarning", m_serverName, ": Sending VDB GPS warning message ID ",
-                  warning.messageId, ", custom message: ", warning.customText);
+template <typename Body>
+bool VGpsReceiverServer::guardWarning(Body body) {
+    try {
+        return body();
+    } catch (const std::exception& exception) {
+        report(m_serverName + ": An exception occurred. Details: " + exception.what());
+    } catch (...) {
+        report(m_serverName + ": Unknown c++ exception occurred");
     }
-    const utilities::MutexLock lock(m_vdbWarningMutex);
-    m_vdbWarnings.push(warning);
-    return true;
+    return false;
+}
+
+bool VGpsReceiverServer::appendVDBWarning(const VgpscReceiverWarningMessage& warning) {
+    return guardWarning([&] {
+        if (m_debug && warning.hasCustomText != 0) {
+            printLine(baseName(__FILE__), " (", __LINE__, ") ", "appendVDBWarning", " : ",
+                      m_serverName, ": Sending VDB GPS warning message ID ", warning.messageId,
+                      ", custom message: ", warning.customText);
+        }
+        const utilities::MutexLock lock(m_vdbWarningMutex);
+        m_vdbWarnings.push(warning);
+        return true;
+    });
 }
 
 bool VGpsReceiverServer::sendVDBcustomWarning(const std::string& text) {
-    if (m_debug) {
-        printLine("sendVDBcustomWarning", text);
-    }
-    return appendVDBWarning(makeWarning(customWarning, text));
+    return guardWarning([&] {
+        if (m_debug) {
+            printLine(baseName(__FILE__), " (", __LINE__, ") ", "sendVDBcustomWarning", " : ",
+                      text);
+        }
+        return appendVDBWarning(makeWarning(customWarning, text));
+    });
 }
 
 VgpscReceiverWarningMessage VGpsReceiverServer::makeWarning(VgpscWarningMessage messageId,
@@ -70,14 +89,7 @@ VgpscReceiverWarningMessage VGpsReceiverServer::makeWarning(VgpscWarningMessage 
 
 bool VGpsReceiverServer::sendVDBCompleteWarning(ClearDataCommand::ClearDataType type, bool pass,
                                                 const std::string& text) {
-    try {
-        return queueCompleteWarning(type, pass, text);
-    } catch (const std::exception& exception) {
-        report(m_serverName + ": An exception occurred. Details: " + exception.what());
-    } catch (...) {
-        report(m_serverName + ": Unknown c++ exception occurred");
-    }
-    return false;
+    return guardWarning([&] { return queueCompleteWarning(type, pass, text); });
 }
 
 bool VGpsReceiverServer::queueCompleteWarning(ClearDataCommand::ClearDataType type, bool pass,

@@ -1,0 +1,101 @@
+#include <gmock/gmock.h>
+
+#include "VICTORY/ServerFixture.h"
+#include "bench/DeviceRoot.h"
+
+namespace {
+
+using testing::ElementsAre;
+
+class BusCommand : public ServerFixture {
+protected:
+    void SetUp() override { bringUp(); }
+
+    int command(const std::vector<VgpsCommand>& entries, std::uint32_t count) {
+        VgpsCommandData data{};
+        std::copy(entries.begin(), entries.end(), data.commands);
+        data.commandCount = count;
+        int result = -1;
+        fake::runCallback([&](VgpssService& service) {
+            result = service.setCommand(service.data, &service, data);
+        });
+        return result;
+    }
+    /** The words of the warnings that wait. */
+    std::vector<std::string> warnings() {
+        const VgpscReceiverStatus2Data status = fetchStatus2();
+        std::vector<std::string> texts;
+        for (std::uint32_t i = 0; i < status.warningCount; ++i) {
+            EXPECT_EQ(status.warnings[i].messageId, 62);
+            texts.emplace_back(status.warnings[i].customText);
+        }
+        return texts;
+    }
+};
+
+TEST_F(BusCommand, WhatIsNotSupportedIsRefusedInTheSystemsWords) {
+    EXPECT_EQ(command({{7, 1}, {0, 2}, {0, 3}, {0, 9}, {-1, 0}}, 5), 1);
+    EXPECT_THAT(
+        warnings(),
+        ElementsAre(
+            "VGpsReceiverServerVDB command, commandName 7, is not supported from GPS Receiver "
+            "service.",
+            "VGpsReceiverServer: VGPSC_COMMAND_TYPE_MISSION_DATA_AND_KEYS command is not supported "
+            "from GPS Receiver service.",
+            "VGpsReceiverServer: VGPSC_COMMAND_TYPE_MISSION_DATA command is not supported from GPS "
+            "Receiver service.",
+            "VGpsReceiverServerVDB command, commandType 9, is not supported from GPS Receiver "
+            "service.",
+            "VGpsReceiverServerVDB command, commandName -1, is not supported from GPS Receiver "
+            "service."));
+}
+
+TEST_F(BusCommand, CountsNoFurtherThanTheRecordHolds) {
+    EXPECT_EQ(command({}, 0), 0);
+    EXPECT_EQ(command(std::vector<VgpsCommand>(50, {7, 0}), 0xFFFFFFFF), 1);
+    EXPECT_EQ(warnings().size(), 50U);
+}
+
+TEST_F(BusCommand, AZeroizeThatCannotGoOutFails) {
+    // No transport has come up: the bus may ask all the same.
+    const bench::DeviceRoot root;
+    ReturnCode rc{};
+    server.Configure(root.configFile(bench::serverFile).c_str(), rc);
+    ASSERT_EQ(rc, FACE::RETURN_CODE_TYPE::NO_ERROR);
+    EXPECT_EQ(command({{0, 1}}, 1), 1);
+    EXPECT_TRUE(warnings().empty());
+}
+
+TEST_F(BusCommand, NullServerIsReportedAndDone) {
+    const CapturedOutput output;
+    EXPECT_EQ(VGpsReceiverServer::cbSetCommandCallback(nullptr, nullptr, {}), 0);
+    EXPECT_THAT(output.text(), testing::HasSubstr("instance pointer was not found"));
+}
+
+TEST_F(BusCommand, TheEndOfAZeroizeHasItsOwnCodes) {
+    using Command = ClearDataCommand;
+    const CapturedOutput output;
+    EXPECT_TRUE(server.sendVDBCompleteWarning(Command::ClearDataCvZeroize, true, "passed"));
+    EXPECT_TRUE(server.sendVDBCompleteWarning(Command::ClearDataCvZeroize, false, "failed"));
+    EXPECT_FALSE(server.sendVDBCompleteWarning(Command::ClearDataZeroize, true, "no"));
+    EXPECT_FALSE(server.sendVDBCompleteWarning(Command::ClearDataDestroy, true, "no"));
+    EXPECT_FALSE(server.sendVDBCompleteWarning(Command::ClearDataNone, true, "no"));
+    const VgpscReceiverStatus2Data status = fetchStatus2();
+    ASSERT_EQ(status.warningCount, 2U);
+    EXPECT_EQ(status.warnings[0].messageId, 2);
+    EXPECT_STREQ(status.warnings[0].customText, "passed");
+    EXPECT_EQ(status.warnings[1].messageId, 3);
+}
+
+TEST_F(BusCommand, ReportsAreNotSlowedBelowASecondNorWithoutAVcl) {
+    const CapturedOutput output;
+    EXPECT_FALSE(server.updateVDMdataRate(999));
+    EXPECT_THAT(output.text(), testing::EndsWith("updateVDMdataRate : Updating VDM rate to 999 "
+                                                 "milliseconds.\n"));
+    setenv("HALCYRINE_ROOT", "/nonexistent", 1);
+    EXPECT_FALSE(server.updateVDMdataRate(4294967295));
+    unsetenv("HALCYRINE_ROOT");
+    EXPECT_NE(fake::service(), nullptr) << "the service runs on";
+}
+
+}  // namespace
