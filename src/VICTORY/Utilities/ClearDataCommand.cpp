@@ -109,12 +109,12 @@ std::string_view ClearDataCommand::clearRequestCommand(int type) {
 }
 
 void ClearDataCommand::say(HealthReporter::eEventType type, std::string_view operation,
-                           const std::string& text, bool always, std::source_location place) const {
-    HealthReporter::Instance().SendEvent(place.file_name(), static_cast<int>(place.line()), type,
-                                         text);
+                           const std::string& text, bool always,
+                           utilities::SourcePlace place) const {
+    HealthReporter::Instance().SendEvent(place.file, place.line, type, text);
     if (always || !m_quiet) {
-        utilities::printLine(utilities::baseName(place.file_name()), " (", place.line(), ") ",
-                             operation, " : ", text);
+        utilities::printLine(utilities::baseName(place.file), " (", place.line, ") ", operation,
+                             " : ", text);
     }
 }
 

@@ -9,12 +9,12 @@
 #include <cstdint>
 #include <functional>
 #include <optional>
-#include <source_location>
 #include <string>
 #include <string_view>
 
 #include "ASPN/HealthReporter.h"
 #include "utilities/Mutex.h"
+#include "utilities/SourcePlace.h"
 #include "utilities/WatchdogTimer.h"
 
 /** Every operation ends with exactly one answer, whatever meets: of two requests at once one is
@@ -116,7 +116,7 @@ private:
     /** Sends the event; prints the text too when not quiet, or `always`. */
     void say(HealthReporter::eEventType type, std::string_view operation, const std::string& text,
              bool always = false,
-             std::source_location place = std::source_location::current()) const;
+             utilities::SourcePlace place = utilities::SourcePlace::current()) const;
     void sayException(std::string_view operation, const std::string& text) const;
     /** Runs `body`; an exception is reported and gives `onException`. */
     template <typename Body>

@@ -68,16 +68,14 @@ void VGpsReceiverServer::Start() {
 void VGpsReceiverServer::Stop() {}
 
 void VGpsReceiverServer::report(const std::string& text, HealthReporter::eEventType type,
-                                std::source_location place) {
-    HealthReporter::Instance().SendEvent(place.file_name(), static_cast<int>(place.line()), type,
-                                         text);
+                                utilities::SourcePlace place) {
+    HealthReporter::Instance().SendEvent(place.file, place.line, type, text);
     printLine(text);
 }
 
 void VGpsReceiverServer::reportException(const char* operation, const char* separator,
-                                         const std::string& text, std::source_location place) {
-    HealthReporter::Instance().SendEvent(place.file_name(), static_cast<int>(place.line()),
-                                         HealthReporter::EVENT_WARNING, text);
-    printLine(utilities::baseName(place.file_name()), " (", place.line(), ") ", operation,
-              separator, text);
+                                         const std::string& text, utilities::SourcePlace place) {
+    HealthReporter::Instance().SendEvent(place.file, place.line, HealthReporter::EVENT_WARNING,
+                                         text);
+    printLine(utilities::baseName(place.file), " (", place.line, ") ", operation, separator, text);
 }

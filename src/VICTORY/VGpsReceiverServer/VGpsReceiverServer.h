@@ -24,7 +24,6 @@
 #include <chrono>
 #include <cstdint>
 #include <memory>
-#include <source_location>
 #include <string>
 #include <string_view>
 
@@ -51,6 +50,7 @@
 #include "tss/HC_TSS.h"
 #include "tss/HC_TypedTS.h"
 #include "utilities/Mutex.h"
+#include "utilities/SourcePlace.h"
 #include "utilities/WatchdogTimer.h"
 #include "victory/victory.h"
 
@@ -315,7 +315,8 @@ private:
     void handle5044(Frame frame) { handleBlock5044(frame.data, frame.bytes); }
     void handle5047(Frame frame);
     void handle5048(Frame frame);
-    void handleRise(std::uint16_t id, Frame frame, Tyrn_SVRise_Msg::unpacked_SVRise_msg_t& cache,
+    using RiseRecord = Tyrn_SVRise_Msg::unpacked_SVRise_msg_t;
+    void handleRise(std::uint16_t id, Frame frame, RiseRecord VGpsReceiverServer::*cache,
                     std::atomic<bool>& have);
     void dispatch(const aspn2_msgs::idl::GSSIP& message);
     /** Tell a report whose messages are all there and of one moment. */
@@ -337,11 +338,11 @@ private:
     /** Sends an event of this type and prints the text, whatever `m_quiet` says. */
     static void report(const std::string& text,
                        HealthReporter::eEventType type = HealthReporter::EVENT_WARNING,
-                       std::source_location place = std::source_location::current());
+                       utilities::SourcePlace place = utilities::SourcePlace::current());
     /** The report of what a callback of ours caught: an event, and a line that names the place. */
     static void reportException(const char* operation, const char* separator,
                                 const std::string& text,
-                                std::source_location place = std::source_location::current());
+                                utilities::SourcePlace place = utilities::SourcePlace::current());
     /** Runs `body` for a callback of the library: null data and exceptions end in a report.
      *  @return what `body` returns, `onNull` for null data, 1 after an exception
      */

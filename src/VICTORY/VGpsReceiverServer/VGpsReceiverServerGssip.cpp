@@ -115,15 +115,15 @@ void VGpsReceiverServer::handle8040(Frame frame) {
 }
 
 void VGpsReceiverServer::handle5047(Frame frame) {
-    handleRise(5047, frame, m_msg5047, m_have5047);
+    handleRise(5047, frame, &VGpsReceiverServer::m_msg5047, m_have5047);
 }
 
 void VGpsReceiverServer::handle5048(Frame frame) {
-    handleRise(5048, frame, m_msg5048, m_have5048);
+    handleRise(5048, frame, &VGpsReceiverServer::m_msg5048, m_have5048);
 }
 
 void VGpsReceiverServer::handleRise(std::uint16_t id, Frame frame,
-                                    Tyrn_SVRise_Msg::unpacked_SVRise_msg_t& cache,
+                                    RiseRecord VGpsReceiverServer::*cache,
                                     std::atomic<bool>& have) {
     Tyrn_SVRise_Msg message(id);
     if (!message.ok_set_SVRiseMsg_gpsip(frame.data, frame.bytes)) {
@@ -132,7 +132,7 @@ void VGpsReceiverServer::handleRise(std::uint16_t id, Frame frame,
     message.unpack_SVRiseMsg();
     {
         const utilities::MutexLock lock(m_receiverDataMutex);
-        cache = message.unpacked();
+        this->*cache = message.unpacked();
         have = true;
     }
     checkHealth();
