@@ -7,7 +7,6 @@
 namespace bench {
 namespace {
 
-using std::chrono::duration_cast;
 using std::chrono::milliseconds;
 
 constexpr std::uint16_t plainFlags = 0x8000;

@@ -10,7 +10,6 @@
 #include "utilities/Console.h"
 
 using FACE::RETURN_CODE_TYPE;
-using utilities::baseName;
 using utilities::printLine;
 
 namespace {
