@@ -70,11 +70,18 @@ void HC_TSS::Connection_t::setSubscriber(Subscriber_Listener listener, Subscribe
 
 HC_TSS::HC_TSS(const std::string& name) : m_name(name) {}
 
-// The participant ends before the listeners and type supports that it uses.
+// The participant ends before the listeners and type supports that it uses. No lock is held while
+// callbacks come to their end: they may look a connection up.
 HC_TSS::~HC_TSS() {
-    if (m_initialized) {
-        eprosima::fastrtps::Domain::removeParticipant(m_participant);
+    if (!m_initialized) {
+        return;
     }
+    for (const auto& [id, connection] : connectionMap) {
+        if (connection.isSubscriber()) {
+            connection.subscriberListener->waitUntilSilent();
+        }
+    }
+    eprosima::fastrtps::Domain::removeParticipant(m_participant);
 }
 
 void HC_TSS::Set_Reference(const String& /*interface_name*/,
@@ -258,10 +265,11 @@ void HC_TSS::removeSubscriber(Connection_t& connection) {
     if (!connection.isSubscriber()) {
         return;
     }
-    connection.subscriberListener->silence();
     if (Listeners::IsInCallback()) {
+        connection.subscriberListener->silence();
         retire(std::move(connection.subscriberListener));
     } else {
+        connection.subscriberListener->waitUntilSilent();
         eprosima::fastrtps::Domain::removeSubscriber(connection.subscriber);
     }
     connection.clearSubscriber();

@@ -15,6 +15,7 @@
 #include <string>
 #include <utility>
 
+#include "tss/Gate.h"
 #include "tss/TypedTS.h"
 
 namespace FACE::TSS::Listeners {
@@ -84,19 +85,23 @@ public:
                                eprosima::fastrtps::rtps::MatchingInfo& info) override;
 
     /** From here on samples are left lying, and no callback starts; those under way go on. */
-    void silence() { m_silent = true; }
+    void silence() { m_gate.shut(); }
+
+    /** The same, and returns when none is under way: never call it from within one. */
+    void waitUntilSilent() { m_gate.close(); }
 
     const std::string& name() const { return m_name; }
     /** Any thread. */
     std::int32_t matched() const { return m_matched; }
 
 protected:
-    bool isSilent() const { return m_silent; }
+    /** What a notification passes through; a derived class opens it when it is made. */
+    Gate& gate() { return m_gate; }
 
 private:
     const std::string m_name;
     std::atomic<std::int32_t> m_matched{0};
-    std::atomic<bool> m_silent{false};
+    Gate m_gate;
 };
 
 /** Takes one sample for each notification and hands it to the callback. What is not alive, or can't
@@ -114,10 +119,13 @@ public:
     SubscriberListenerTyped(std::string name, long long connection, Read_Callback<T> callback)
         : SubscriberListenerBase(std::move(name)),
           m_connection(connection),
-          m_callback(std::move(callback)) {}
+          m_callback(std::move(callback)) {
+        gate().open();
+    }
 
     void onNewDataMessage(eprosima::fastrtps::Subscriber* subscriber) override {
-        if (isSilent()) {
+        const Gate::Pass pass(gate());
+        if (!pass) {
             return;
         }
         if (m_sampleInUse) {

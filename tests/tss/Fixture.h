@@ -99,6 +99,7 @@ struct Arrival {
     std::vector<std::pair<std::string, std::string>> qos;
 };
 
+/** Outlives the transport whose callbacks fill it. */
 class Inbox {
 public:
     /** Ends tests that would hang. */

@@ -175,6 +175,8 @@ TEST(Transport, Connections_AreNumberedByNameAndNeverTwice) {
 }
 
 TEST(Transport, SendersAndCallbacks_AnswerByTheTable) {
+    Inbox first;
+    Inbox second;
     Server server({});
     ASSERT_EQ(server.start(), NO_ERROR);
     ASSERT_EQ(server.connect("Command"), 0);
@@ -182,8 +184,6 @@ TEST(Transport, SendersAndCallbacks_AnswerByTheTable) {
     EXPECT_EQ(server.sender(0), NO_ERROR);
     EXPECT_EQ(server.sender(0), NO_ACTION);
     EXPECT_EQ(server.send(0, "x"), NO_ERROR);
-    Inbox first;
-    Inbox second;
     EXPECT_EQ(server.receive(0, first.callback()), NO_ERROR);
     EXPECT_EQ(server.receive(0, second.callback()), NO_ACTION);
     ASSERT_TRUE(server.matched(0, 1, 1));

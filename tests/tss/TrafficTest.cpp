@@ -51,9 +51,9 @@ struct Link {
 
     const std::string domain;
     const Parameters parameters;
+    Inbox inbox;  // outlives the transport that fills it
     Server server;
     std::unique_ptr<Peer> peer;
-    Inbox inbox;
     std::string writer;  ///< what the peer said of its writer
 
 private:
@@ -242,9 +242,9 @@ TEST(Traffic, TenThousandCommandsInASecond_ComeInOrder) {
 
 TEST(Traffic, TwoServersOfOneDomain_HearEachOtherAndThemselves) {
     const std::string domain = freshDomain();
+    std::array<Inbox, 2> inboxes;
     Server one(Parameters{{"DomainId", domain}}, "one");
     Server two(Parameters{{"DomainId", domain}}, "two");
-    std::array<Inbox, 2> inboxes;
     for (std::size_t i = 0; i < 2; ++i) {
         Server& server = i == 0 ? one : two;
         ASSERT_EQ(server.start(), NO_ERROR);
@@ -264,10 +264,10 @@ TEST(Traffic, TwoServersOfOneDomain_HearEachOtherAndThemselves) {
 TEST(Traffic, WhatAKilledServerLeaves_DoesNotHinderTheNext) {
     const std::string domain = freshDomain();
     for (int round = 0; round < 3; ++round) {
+        Inbox inbox;
         Server server(Parameters{{"DomainId", domain}});
         ASSERT_EQ(server.start(), NO_ERROR);
         ASSERT_EQ(server.connect("Command"), 0);
-        Inbox inbox;
         ASSERT_EQ(server.receive(0, inbox.callback()), NO_ERROR);
         Peer peer(domain, "SHM");
         peer.ask("writer Command");
@@ -279,11 +279,11 @@ TEST(Traffic, WhatAKilledServerLeaves_DoesNotHinderTheNext) {
 }
 
 TEST(Unregister, WaitsForTheCallbackUnderWay_AndNoneFollows) {
-    Link link;
     std::latch entered(1);
     std::latch leave(1);
     std::atomic<int> begun{0};
     std::atomic<int> ended{0};
+    Link link;
     const auto blocking = [&](auto&&...) {
         if (begun++ == 0) {
             entered.count_down();
@@ -315,17 +315,20 @@ TEST(Unregister, WaitsForTheCallbackUnderWay_AndNoneFollows) {
 
 TEST(Unregister, FromWithinACallback_ReturnsAndTheCallbackIsTheLast) {
     for (const bool own : {true, false}) {
-        Link link;
         std::atomic<int> calls{0};
+        std::latch matched(1);
+        Link link;
         const auto last = [&](auto&&...) {
-            ++calls;
+            matched.wait();
             EXPECT_EQ(link.server.endCallback(own ? 0 : 1), NO_ERROR);
             EXPECT_EQ(link.server.endSender(1), NO_ERROR);
             EXPECT_EQ(link.server.send(1, "x"), NOT_AVAILABLE);
+            ++calls;
         };
         EXPECT_EQ(link.server.sender(1), NO_ERROR);
         EXPECT_EQ(link.server.receive(1, link.inbox.callback()), NO_ERROR);
         link.listen(last);
+        matched.count_down();
         link.peer->ask(order(2, 0, payloadOf(command("x"))));
         while (calls < (own ? 1 : 2)) {
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
@@ -369,11 +372,11 @@ TEST(Unregister, OfASender_WaitsForSendsUnderWay) {
 }
 
 TEST(Callback, ThatSendsOnItsOwnConnection_IsCalledAgainFromWithin) {
+    std::vector<std::string> seen;
     Server server({});
     ASSERT_EQ(server.start(), NO_ERROR);
     ASSERT_EQ(server.connect("Command"), 0);
     ASSERT_EQ(server.sender(0), NO_ERROR);
-    std::vector<std::string> seen;
     const auto nesting = [&](long long connection, long long, const CommandResponse& message,
                              auto&&...) {
         if (message.command_response().size() < 40) {
