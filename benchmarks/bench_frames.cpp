@@ -222,6 +222,7 @@ void measureLatency(const char* where, int writer, int reader) {
 
         before = bare.reads;
         bare.write(first);
+        waitForCount(bare.reads, before + 1);
         std::this_thread::sleep_for(500us);
         begin = Clock::now();
         bare.write(second);
