@@ -7,9 +7,9 @@
  *      writer <topic>                 makes the writer; "writer <entity id>"
  *      reader <topic> <0|1>           makes the reader, 1: back-filled; prints "got <payload>" for
  * each echo <topic> <topic>           sends what comes on the first back on the second matched <n>
- * waits until the writer has n readers; "matched" write <n> <per second> <payload>   0: as fast as
- * it goes; "written" dispose <topic>                one sample that is not alive; "disposed"
- *  Payloads are hexadecimal, encapsulation header and all.
+ * waits until the writer has n readers, no more; "matched" write <n> <per second> <payload>   0: as
+ * fast as it goes; "written" dispose <topic>                one sample that is not alive;
+ * "disposed" Payloads are hexadecimal, encapsulation header and all.
  */
 #include <fastdds/rtps/transport/TCPv4TransportDescriptor.h>
 #include <fastdds/rtps/transport/UDPv4TransportDescriptor.h>
@@ -84,7 +84,7 @@ public:
 
     void wait(int wanted) {
         const utilities::MutexLock lock(m_mutex);
-        while (m_matched < wanted) {
+        while (m_matched != wanted) {
             m_changed.wait(m_mutex);
         }
     }
