@@ -194,7 +194,8 @@ void HC_MCSQ::Register_Notification_Event(long long connection, IO_Callback& cal
     const MutexLock lock(m_pollMutex);
     --m_callers;
     try {
-        addDescriptor(descriptor);
+        removeDescriptor(descriptor);  // where it is registered already
+        m_descriptors.push_back({descriptor, POLLIN, 0});
         startThread();
     } catch (const std::exception& error) {
         rc = RETURN_CODE_TYPE::NO_ACTION;
@@ -211,7 +212,7 @@ void HC_MCSQ::Unregister_Notification_Event(long long connection, Return_Code& r
     callForPollMutex();
     const MutexLock lock(m_pollMutex);
     --m_callers;
-    std::erase_if(m_descriptors, [&](const pollfd& entry) { return entry.fd == descriptor; });
+    removeDescriptor(descriptor);
 }
 
 int HC_MCSQ::setCallback(long long connection, IO_Callback& callback, Return_Code& rc) {
@@ -229,12 +230,8 @@ void HC_MCSQ::callForPollMutex() {
     wakeUp(m_wake);
 }
 
-void HC_MCSQ::addDescriptor(int descriptor) {
-    const bool known = std::any_of(m_descriptors.begin(), m_descriptors.end(),
-                                   [&](const pollfd& entry) { return entry.fd == descriptor; });
-    if (!known) {
-        m_descriptors.push_back({descriptor, POLLIN, 0});
-    }
+void HC_MCSQ::removeDescriptor(int descriptor) {
+    std::erase_if(m_descriptors, [&](const pollfd& entry) { return entry.fd == descriptor; });
 }
 
 void HC_MCSQ::startThread() {

@@ -169,7 +169,7 @@ private:
     static Ports openPorts(const char* path);
 
     void callForPollMutex();
-    void addDescriptor(int descriptor) REQUIRES(m_pollMutex);
+    void removeDescriptor(int descriptor) REQUIRES(m_pollMutex);
     void startThread() REQUIRES(m_pollMutex);
 
     void callbackThreadFunction() EXCLUDES(m_pollMutex);

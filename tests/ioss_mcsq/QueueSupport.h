@@ -18,7 +18,7 @@ long allocations();
 /** Whether `condition` comes to hold before `within` has passed. */
 template <typename Condition>
 bool eventually(const Condition& condition,
-                std::chrono::milliseconds within = std::chrono::seconds(20)) {
+                std::chrono::microseconds within = std::chrono::seconds(20)) {
     const auto deadline = std::chrono::steady_clock::now() + within;
     while (!condition()) {
         if (std::chrono::steady_clock::now() > deadline) {
