@@ -103,8 +103,8 @@ protected:
     std::optional<nlohmann::json> statusAt(double time) {
         return bus().next(
             [time](const nlohmann::json& line) {
-                return line["report"] == "GPS_RECEIVER_STATUS" &&
-                       line["data"]["receiverTime"] == time;
+                return line.value("report", "") == "GPS_RECEIVER_STATUS" &&
+                       line.at("data").at("receiverTime") == time;
             },
             bench::within(patience));
     }
