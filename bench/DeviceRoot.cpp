@@ -244,7 +244,7 @@ void DeviceRoot::layQueues() const {
 }
 
 /** A shell that waits for the end of file of its input and then removes the directory; a line of
- *  input ends it without. It has a session of its own: no signal of the console reaches it. */
+ *  input ends it without. It is detached from the console: no signal from there reaches it. */
 void DeviceRoot::startRemover() {
     int ends[2];
     checked(::pipe2(ends, O_CLOEXEC), "Can't make a pipe");
