@@ -28,6 +28,19 @@ std::string words(const ServerProcess::Ending& ending) {
                          : concat("by signal ", ending.signal.value_or(0));
 }
 
+/** Counts the report, and each of its warnings. */
+void note(const nlohmann::json& line, std::map<std::string, std::size_t>& seen) {
+    if (!line.contains("report")) {
+        return;
+    }
+    ++seen[line["report"].get<std::string>()];
+    if (line["data"].contains("warnings")) {
+        for (const nlohmann::json& warning : line["data"]["warnings"]) {
+            ++seen["warning " + warning["messageId"].dump()];
+        }
+    }
+}
+
 }  // namespace
 
 Run::Run(const RunOptions& options) : m_options(options), m_source(sourceOf(options)) {
@@ -38,6 +51,8 @@ Run::Run(const RunOptions& options) : m_options(options), m_source(sourceOf(opti
     edit();
     m_fpga.emplace(m_root);
     m_ports.emplace(m_root);
+    m_siblings.emplace(m_root, options.siblings, SiblingProcess::freshDomain());
+    m_siblings->answer("pass");
     m_server.emplace(ServerProcess::Command{options.server,
                                             {DeviceRoot::serverArgument()},
                                             {{"HALCYRINE_ROOT", m_root.path().string()}}});
@@ -80,9 +95,20 @@ void Run::edit() {
 
 bool Run::execute(const std::function<bool()>& stopped) {
     connect();
-    const Deadline start = std::chrono::steady_clock::now();
     const auto period = std::chrono::nanoseconds(std::llround(1e9 / m_options.speed));
     m_receiver.emplace(*m_ports, m_source, period);
+    if (m_options.story.empty()) {
+        return serve(stopped);
+    }
+    const bool seen = playZeroize(stopped);
+    m_receiver->stop();
+    const bool ended = endServer();
+    printLine(seen && ended ? "The story was seen to its end" : "THE STORY WAS NOT SEEN WHOLE");
+    return seen && ended;
+}
+
+bool Run::serve(const std::function<bool()>& stopped) {
+    const Deadline start = std::chrono::steady_clock::now();
     bool died = false;
     bool over = false;
     while (!died && !over && !stopped()) {
@@ -132,9 +158,18 @@ void Run::showWaiting(Deadline deadline) {
     const auto any = [](const nlohmann::json&) { return true; };
     while (const auto line = m_bus->next(any, deadline)) {
         m_tally.take(*line);
+        note(*line, m_seen);
         printLine(victory::describe(*line).value_or("unknown line: " + line->dump()));
     }
     showConsole();
+    showTopics();
+}
+
+void Run::showTopics() {
+    const auto lines = m_siblings->process().lines();
+    for (; m_topicLinesShown < lines.size(); ++m_topicLinesShown) {
+        printLine("  topics| ", lines[m_topicLinesShown].text);
+    }
 }
 
 void Run::showConsole() {
@@ -158,7 +193,7 @@ void Run::waitForTheRest() {
 bool Run::endServer() {
     m_server->signal(SIGTERM);
     const auto ending = m_server->wait(within(stopPatience));
-    showWaiting(within(0ms));
+    showWaiting(within(lookAround));
     if (!ending) {
         printErrorLine("The server has not ended ", stopPatience.count(),
                        " s after it was asked to. It is killed now.");

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <filesystem>
 #include <functional>
+#include <map>
 #include <optional>
 #include <string>
 #include <utility>
@@ -16,11 +17,14 @@
 #include "bench/ReceiverPorts.h"
 #include "bench/RunTally.h"
 #include "bench/ServerProcess.h"
+#include "bench/SiblingProcess.h"
 
 namespace bench {
 
 struct RunOptions {
     std::filesystem::path server;       ///< the server's binary
+    std::filesystem::path siblings;     ///< aspnctl
+    std::string story;                  ///< played in place of a run without an end; or empty
     std::string nmea;                   ///< log to replay; empty: the scenario
     double speed = 1;                   ///< receiver's seconds in one of ours
     double seconds = 0;                 ///< of ours, until the run ends; 0: until stopped
@@ -30,22 +34,32 @@ struct RunOptions {
 };
 
 /** Lays a device root, starts what surrounds the server and the server itself, and shows what
- *  arrives on the bus. Made, used and destroyed on the main thread. */
+ *  arrives on the bus and on the system's topics. Made, used and destroyed on the main thread. */
 class Run {
 public:
     /** Raises std::runtime_error, or what is derived from it, in words for a person. */
     explicit Run(const RunOptions& options);
 
     /** Shows reports until the time is over, the log ends, the server dies or `stopped` holds.
-     *  True when all reports that were due have come and the server ended in order. */
+     *  True when all reports that were due have come and the server ended in order. With a story:
+     *  shows it to its end, true when each step of it was seen and the server ended in order. */
     bool execute(const std::function<bool()>& stopped);
 
 private:
+    using Seen = std::function<bool()>;
+
     static Receiver::Source sourceOf(const RunOptions& options);
     void edit();
     void connect();
+    bool serve(const std::function<bool()>& stopped);
+    bool playZeroize(const std::function<bool()>& stopped);
+    bool step(const std::string& what, const Seen& seen, const std::function<bool()>& stopped);
+    bool zeroizeByClient(int result);
+    bool serviceRestarts();
+    bool reportsEnd();
     void showWaiting(Deadline deadline);
     void showConsole();
+    void showTopics();
     void waitForTheRest();
     bool endServer();
     void tellEnding(const char* when);
@@ -55,11 +69,14 @@ private:
     DeviceRoot m_root;
     std::optional<FpgaFile> m_fpga;
     std::optional<ReceiverPorts> m_ports;
+    std::optional<SiblingProcess> m_siblings;
     std::optional<ServerProcess> m_server;
     std::optional<BusClient> m_bus;
     std::optional<Receiver> m_receiver;
     RunTally m_tally;
+    std::map<std::string, std::size_t> m_seen;  ///< bus reports so far, and warnings by "warning N"
     std::size_t m_linesShown = 0;
+    std::size_t m_topicLinesShown = 0;
 };
 
 }  // namespace bench

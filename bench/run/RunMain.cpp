@@ -37,13 +37,15 @@ int execute(const bench::RunOptions& options) {
 
 int main(int argc, char* argv[]) {
     bench::RunOptions options;
-    options.server =
-        std::filesystem::read_symlink("/proc/self/exe").parent_path() / "VGpsReceiverServer";
+    const auto here = std::filesystem::read_symlink("/proc/self/exe").parent_path();
+    options.server = here / "VGpsReceiverServer";
+    options.siblings = here / "aspnctl";
 
     CLI::App app(
-        "Runs the server in a simulated unit, and shows what it reports on the vehicle data bus: a "
-        "line for each report. Ctrl-C ends the run. The exit status is 0 when every report that "
-        "was due has come.",
+        "Runs the server in a simulated unit, and shows what it reports on the vehicle data bus "
+        "and "
+        "what is said on the system's topics, a line for each. Ctrl-C ends the run. The exit "
+        "status is 0 when every report that was due has come, or every step of the story.",
         "run");
     app.add_option("--seconds", options.seconds, "End after this time; 0: not before Ctrl-C")
         ->check(CLI::NonNegativeNumber);
@@ -53,6 +55,13 @@ int main(int argc, char* argv[]) {
     app.add_option("--nmea", options.nmea,
                    "Replay this NMEA 0183 log, a cycle a second, in place of the scenario")
         ->check(CLI::ExistingFile);
+    app.add_option(
+           "--story", options.story,
+           "zeroize: a client zeroizes the receiver's keys, then the system zeroizes itself")
+        ->check(CLI::IsMember({"zeroize"}))
+        ->excludes("--nmea")
+        ->excludes("--seconds")
+        ->excludes("--speed");
     app.add_option("--server", options.server, "The server's binary")->check(CLI::ExistingFile);
     app.add_option("--set", options.settings,
                    "Change a parameter of the server, Debug=true for instance");
