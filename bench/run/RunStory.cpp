@@ -23,7 +23,8 @@ bool Run::playZeroize(const std::function<bool()>& stopped) {
     const char* const command = "command VGpsReceiverServer";
     const char* const response = "response ZeroizeServer to VGpsReceiverServer";
     const std::pair<const char*, Seen> steps[] = {
-        {"the siblings and the server have met", [&] { return m_siblings->join(within(pingPause)); }},
+        {"the siblings and the server have met",
+         [&] { return m_siblings->join(within(pingPause)); }},
         {"the receiver's status is reported", [&] { return m_seen[statusReport] > 0; }},
         {"a client's zeroize is accepted, result 0", [&] { return zeroizeByClient(0); }},
         {"the server has passed it on to its siblings", heard(command, " TYRN_CV_ZEROIZE")},
