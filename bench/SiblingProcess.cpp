@@ -14,7 +14,6 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr const char* siblingsFile = "SiblingConnections.xml";
 constexpr const char* domainContainer = "FastRtps";
 constexpr auto pingPause = 300ms;
 constexpr auto patience = 10s;
@@ -31,11 +30,7 @@ ServerProcess::Command SiblingProcess::commandFor(DeviceRoot& root,
                                                   const std::filesystem::path& program,
                                                   unsigned domain) {
     root.setParameter(connectionsFile, domainContainer, "DomainId", std::to_string(domain));
-    const auto file = root.configFile(siblingsFile);
-    std::filesystem::copy_file(root.configFile(connectionsFile), file,
-                               std::filesystem::copy_options::overwrite_existing);
-    root.setParameter(siblingsFile, domainContainer, "BackFillHistory", "true");
-    return {program, {"--connections", file.string(), "play"}, {}};
+    return {program, {"--connections", root.configFile(connectionsFile).string(), "play"}, {}};
 }
 
 SiblingProcess::SiblingProcess(DeviceRoot& root, const std::filesystem::path& program,

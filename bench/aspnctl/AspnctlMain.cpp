@@ -41,7 +41,7 @@ struct Options {
     std::string connections = "/opt/halcyrine/config/Connections.xml";
     std::string server;
     std::string command;
-    double wait = 2;
+    double wait = 5;  // an answer may take the 3 s that pass until a lost sample is missed
     std::size_t answers = 1;
     std::string rule;
     std::string word;
@@ -213,7 +213,10 @@ int main(int argc, char* argv[]) {
     app.add_option("--as", options.server,
                    "Name of the server to be, ZeroizeServer or SystemController unless given");
 
-    auto* const watching = app.add_subcommand("watch", "Shows a line for each message");
+    auto* const watching =
+        app.add_subcommand("watch",
+                           "Shows a line for each message, from those that the writers "
+                           "still keep on");
     watching->add_option("--count", options.count, "End after this many");
     watching->add_option("--seconds", options.seconds, "End after this time; 0: not before Ctrl-C")
         ->check(CLI::NonNegativeNumber);
@@ -256,7 +259,9 @@ int main(int argc, char* argv[]) {
             throw std::runtime_error("No server of the system is called " + name);
         }
         const EndingSignals signals;
-        Sibling sibling(*id, options.connections);
+        // An old command is not to be answered; an early answer or event is not to be missed.
+        Sibling sibling(*id, options.connections,
+                        answering->parsed() ? bench::Past::AsConfigured : bench::Past::Heard);
         return watching->parsed()    ? watch(sibling, signals, options)
                : sending->parsed()   ? send(sibling, signals, options)
                : answering->parsed() ? answer(sibling, signals, options)

@@ -19,6 +19,7 @@ using namespace std::chrono_literals;
 
 constexpr std::size_t mostWaiting = 10000;
 constexpr auto discovery = 5s;  // until a server that asked is found to read the answers
+constexpr auto settling = 1s;   // until all servers that run are found
 constexpr auto delivery = 2s;
 
 /** The commands that the GPS server sends. */
@@ -44,12 +45,12 @@ std::optional<unsigned char> serverIdOf(const std::string& name) {
     return std::nullopt;
 }
 
-Sibling::Sibling(unsigned char serverId, const std::string& connectionsFile)
+Sibling::Sibling(unsigned char serverId, const std::string& connectionsFile, Past past)
     : m_messages(ASPN2::DeviceIdFactory(ASPN2::SystemIds::orda_name, serverId)),
       m_deviceId(
           static_cast<std::int32_t>(ASPN2::DeviceIdFactory(ASPN2::SystemIds::orda_name, serverId)
                                         .makeDeviceId(ASPN2::MessageKinds::CommandResponse, 0))),
-      m_topics(ASPN2::ServerIds::to_string(serverId), connectionsFile,
+      m_topics(ASPN2::ServerIds::to_string(serverId), connectionsFile, past,
                [this](const Arrival& arrival) { take(arrival); }),
       m_answering([this] { answerWhenDue(); }) {}
 
@@ -73,7 +74,7 @@ std::size_t Sibling::answered() const {
 }
 
 bool Sibling::waitForOthers(Deadline deadline) const {
-    return m_topics.waitForReader(Topic::Command, deadline);
+    return m_topics.waitForReader(Topic::Command, settling, deadline);
 }
 
 Sibling::CommandResponse Sibling::send(const std::string& command) {
@@ -160,7 +161,7 @@ const Rule* Sibling::ruleOf(const CommandResponse& command) const {
 
 void Sibling::answerWhenDue() {
     while (auto due = waitForDue()) {
-        m_topics.waitForReader(Topic::Response, within(discovery));
+        m_topics.waitForReader(Topic::Response, 0ms, within(discovery));
         stamp(due->response);
         try {
             m_topics.send(Topic::Response, due->response);

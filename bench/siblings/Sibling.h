@@ -25,7 +25,7 @@ public:
     using CommandResponse = SystemTopics::CommandResponse;
 
     /** Takes the name and the ids of the server `serverId`. Raises std::runtime_error. */
-    Sibling(unsigned char serverId, const std::string& connectionsFile);
+    Sibling(unsigned char serverId, const std::string& connectionsFile, Past past);
     ~Sibling();
     Sibling(const Sibling&) = delete;
     Sibling& operator=(const Sibling&) = delete;
@@ -36,7 +36,8 @@ public:
     /** How many commands have got all their answers. */
     std::size_t answered() const EXCLUDES(m_mutex);
 
-    /** Waits until somebody else reads the commands; false when nobody does by the deadline. */
+    /** Waits until those who read the commands are found, which takes more than a second; false
+     *  when there is nobody by the deadline. */
     bool waitForOthers(Deadline deadline) const;
     /** What went out. Raises std::runtime_error. */
     CommandResponse send(const std::string& command);

@@ -1,5 +1,6 @@
 #include "bench/siblings/SystemTopics.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <stdexcept>
 #include <thread>
@@ -27,17 +28,40 @@ void require(RETURN_CODE_TYPE::Value code, const std::string& what) {
     }
 }
 
+/** The file, with "BackFillHistory" on. */
+class BackFilled : public FACE::HC_Config {
+public:
+    void Get_Size(int handle, const FACE::String& parameter, int& size,
+                  RETURN_CODE_TYPE::Value& rc) override {
+        HC_Config::Get_Size(handle, parameter, size, rc);
+        if (isMine(parameter)) {
+            size = 1;
+        }
+    }
+    void Read(int handle, const FACE::String& parameter, void* buffer, int buffer_size,
+              int& bytes_read, RETURN_CODE_TYPE::Value& rc) override {
+        HC_Config::Read(handle, parameter, buffer, buffer_size, bytes_read, rc);
+        if (isMine(parameter) && rc == RETURN_CODE_TYPE::NO_ERROR && bytes_read == 1) {
+            *static_cast<char*>(buffer) = '1';
+        }
+    }
+
+private:
+    static bool isMine(const FACE::String& parameter) {
+        return parameter.view() == "BackFillHistory";
+    }
+};
+
 }  // namespace
 
 SystemTopics::SystemTopics(const std::string& participant, const std::string& connectionsFile,
-                           Take take)
+                           Past past, Take take)
     : m_take(std::move(take)), m_tss(std::make_shared<FACE::TSS::HC_TSS>(participant)) {
     if (!std::filesystem::exists(utilities::resolvePath(connectionsFile))) {
         throw std::runtime_error("No connections file " + utilities::resolvePath(connectionsFile) +
                                  "; name one, or set HALCYRINE_ROOT to the unit's directory");
     }
-    connect(connectionsFile);
-    // Others learn of these in this order: whoever answers a command of ours knows our readers.
+    connect(connectionsFile, past);
     hear(m_commands, Topic::Command);
     hear(m_events, Topic::EventLog);
     hear(m_maintenance, Topic::MaintenanceEvent);
@@ -49,9 +73,12 @@ SystemTopics::SystemTopics(const std::string& participant, const std::string& co
     }
 }
 
-void SystemTopics::connect(const std::string& connectionsFile) {
+void SystemTopics::connect(const std::string& connectionsFile, Past past) {
     RETURN_CODE_TYPE::Value code{};
-    m_tss->Set_Reference("", std::make_shared<FACE::HC_Config>(), 0, code);
+    m_tss->Set_Reference(
+        "",
+        past == Past::Heard ? std::make_shared<BackFilled>() : std::make_shared<FACE::HC_Config>(),
+        0, code);
     m_tss->Initialize(connectionsFile.c_str(), code);
     require(code, "Can't join the domain that " + connectionsFile + " names");
     m_commands.Set_Reference("", m_tss, 0, code);
@@ -84,15 +111,26 @@ void SystemTopics::send(Topic topic, const CommandResponse& message) {
     require(code, "Can't send " + message.command_response());
 }
 
-bool SystemTopics::waitForReader(Topic topic, Deadline deadline) const {
+int SystemTopics::readers(Topic topic) const {
     constexpr int ourOwn = 1;
-    while (connection(topic).publisherListener->matched() <= ourOwn) {
-        if (std::chrono::steady_clock::now() >= deadline) {
-            return false;
+    return connection(topic).publisherListener->matched() - ourOwn;
+}
+
+bool SystemTopics::waitForReader(Topic topic, std::chrono::milliseconds settling,
+                                 Deadline deadline) const {
+    int before = 0;
+    Deadline settled = deadline;
+    for (auto now = std::chrono::steady_clock::now(); now < std::min(settled, deadline);
+         now = std::chrono::steady_clock::now()) {
+        const int found = readers(topic);
+        if (found > 0 && found != before) {
+            before = found;
+            settled = now + settling;
+        } else {
+            std::this_thread::sleep_for(lookAround);
         }
-        std::this_thread::sleep_for(lookAround);
     }
-    return true;
+    return readers(topic) > 0;
 }
 
 void SystemTopics::flush(Topic topic, std::chrono::seconds patience) const {

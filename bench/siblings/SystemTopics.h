@@ -25,9 +25,10 @@ struct Arrival {
         message;
 };
 
-/** Hears all four topics, and sends on "Command" and "Response". What it sends it hears, too. Once
- *  somebody has answered one of its commands, that server's commands and events reach it.
- */
+/** Whether a reader asks for what the writers still keep, whatever the connections file says. */
+enum class Past { AsConfigured, Heard };
+
+/** Hears all four topics, and sends on "Command" and "Response". What it sends it hears, too. */
 class SystemTopics {
 public:
     using CommandResponse = aspn2_msgs::idl::CommandResponse;
@@ -36,14 +37,16 @@ public:
 
     /** Joins the domain of `connectionsFile`. Raises std::runtime_error; the transport has said
      *  more on the console then. */
-    SystemTopics(const std::string& participant, const std::string& connectionsFile, Take take);
+    SystemTopics(const std::string& participant, const std::string& connectionsFile, Past past,
+                 Take take);
     SystemTopics(const SystemTopics&) = delete;
     SystemTopics& operator=(const SystemTopics&) = delete;
 
     /** On "Command" or "Response", from any thread. Raises std::runtime_error. */
     void send(Topic topic, const CommandResponse& message);
-    /** Waits until somebody else reads the topic, which is "Command" or "Response". */
-    bool waitForReader(Topic topic, Deadline deadline) const;
+    /** Waits until somebody else reads the topic, which is "Command" or "Response", and no reader
+     *  more has been found for the time `settling`. Whoever is found later misses what is sent. */
+    bool waitForReader(Topic topic, std::chrono::milliseconds settling, Deadline deadline) const;
     /** Waits until all readers have what was sent on the topic. */
     void flush(Topic topic, std::chrono::seconds patience) const;
 
@@ -51,7 +54,8 @@ private:
     template <typename T>
     using Typed = FACE::TSS::Details::HC_TypedTS<T>;
 
-    void connect(const std::string& connectionsFile);
+    int readers(Topic topic) const;
+    void connect(const std::string& connectionsFile, Past past);
     template <typename T>
     void hear(Typed<T>& typed, Topic topic);
     FACE::TSS::HC_TSS::Connection_t& connection(Topic topic) const;
