@@ -49,6 +49,9 @@ Peer::Peer(const std::string& domain, const std::string& transport, const std::s
 
 Peer::~Peer() {
     ::close(m_input);
+    // Its output ends with it; a peer that hangs is killed.
+    pollfd waiting{m_output, 0, 0};
+    ::poll(&waiting, 1, 2000);
     kill();
     ::close(m_output);
 }

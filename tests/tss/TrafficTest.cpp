@@ -345,6 +345,29 @@ TEST(Unregister, FromWithinACallback_ReturnsAndTheCallbackIsTheLast) {
     }
 }
 
+TEST(Gate, ClosesWhenNobodyIsInside) {
+    TSS::Gate gate;
+    EXPECT_FALSE(TSS::Gate::Pass(gate)) << "it starts closed";
+    gate.open();
+    auto inside = std::make_unique<TSS::Gate::Pass>(gate);
+    EXPECT_TRUE(*inside);
+    std::atomic<bool> closed{false};
+    std::thread closing([&] {
+        gate.close();
+        closed = true;
+    });
+    while (TSS::Gate::Pass(gate)) {  // until nobody gets in any more
+        std::this_thread::yield();
+    }
+    // Long enough for a close that doesn't wait to show.
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    EXPECT_FALSE(closed);
+    inside.reset();
+    closing.join();
+    gate.open();
+    EXPECT_TRUE(TSS::Gate::Pass(gate));
+}
+
 TEST(Unregister, OfASender_WaitsForSendsUnderWay) {
     Server server({});
     ASSERT_EQ(server.start(), NO_ERROR);

@@ -396,7 +396,7 @@ TEST_F(Life, ManyThreadsAtOnce) {
 class TextFiles : public Rig {
 protected:
     std::string write(const std::string& name, const std::string& text) const {
-        const std::string path = root() + "/" + name;
+        std::string path = root() + "/" + name;
         std::ofstream(path, std::ios::binary) << text;
         return path;
     }

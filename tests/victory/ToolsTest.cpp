@@ -118,7 +118,7 @@ protected:
     static Outcome run(const std::string& arguments) { return Ctl(arguments).finish(); }
 
     std::string write(const std::string& name, const std::string& text) const {
-        const std::string path = root() + "/" + name;
+        std::string path = root() + "/" + name;
         std::ofstream(path) << text;
         return path;
     }

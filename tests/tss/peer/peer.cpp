@@ -128,6 +128,10 @@ public:
         Domain::registerType(m_participant, &m_type);
     }
 
+    ~Peer() { Domain::removeParticipant(m_participant); }
+    Peer(const Peer&) = delete;
+    Peer& operator=(const Peer&) = delete;
+
     void obey(std::istream& order) {
         std::string verb;
         std::string topic;
@@ -245,6 +249,4 @@ int main(int count, char** arguments) {
         std::istringstream order(line);
         peer.obey(order);
     }
-    // What the library still runs ends with the process.
-    std::_Exit(0);
 }
