@@ -43,9 +43,12 @@ protected:
         start();
         ASSERT_TRUE(eventually([this] { return catches(SIGTERM); })) << output();
     }
+    /** Connected and greeted: what the server tells from now on arrives. */
     bench::BusClient& bus() {
         if (!m_bus) {
             m_bus.emplace(root.busSocket(), bench::within(patience));
+            m_bus->next([](const nlohmann::json& line) { return line.contains("hello"); },
+                        bench::within(patience));
         }
         return *m_bus;
     }
