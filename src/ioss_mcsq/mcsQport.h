@@ -10,8 +10,8 @@
  *  doesn't change until the port is destroyed, and transfers may come from any thread.
  *
  *  The file is opened below the device root; messages show its plain name. Opening a pipe waits
- *  until its other end exists too, and a read is for when data is known to wait. System calls that
- * a signal interrupts are made again.
+ *  until its other end exists too, and a read is for when data is known to wait. What a signal
+ *  interrupts is made again.
  */
 class mcsQport {
 public:
@@ -69,8 +69,8 @@ public:
     int openPort() override;
 
     /** `length` bytes in one call: as write(2) answers, which may be less; 0 when not open. -1,
-     * with EAGAIN, when the queue had no room for `writeLimit`. After that no write waits until one
-     * has found room, so that a reader that is gone costs its writers one wait, not one a record.
+     *  with EAGAIN, when the queue had no room for `writeLimit`. From then on no write waits until
+     *  one has found room: a reader that is gone costs its writers one wait, not one a record.
      *
      *  A device decides how much it takes of a record. A pipe in its place takes up to PIPE_BUF
      *  bytes whole or not at all; of a longer record it may be left with a part at the time-out.

@@ -7,6 +7,7 @@
 #include <array>
 #include <atomic>
 #include <csignal>
+#include <fstream>
 #include <iostream>
 #include <stdexcept>
 
@@ -233,6 +234,12 @@ protected:
         return {rc, std::chrono::steady_clock::now() - start};
     }
 
+    static bool sleeps(pid_t thread) {
+        std::ifstream stat("/proc/self/task/" + std::to_string(thread) + "/stat");
+        std::string word;
+        return stat >> word >> word >> word && word == "S";
+    }
+
     const std::chrono::milliseconds m_before =
         std::exchange(mcsWriterPort::writeLimit, std::chrono::milliseconds(300));
 };
@@ -277,11 +284,14 @@ TEST_F(FullQueue, OnlyTheWriterWaits) {
     const long long one = opened("One");
     ASSERT_EQ(attach(one, m_reader), R::NO_ERROR);
     ASSERT_EQ(write(zero, std::string(page, 'f')), R::NO_ERROR);
+    std::atomic<pid_t> thread{0};
     std::atomic<bool> done{false};
     std::thread writer([&] {
+        thread = ::gettid();
         EXPECT_EQ(write(zero, "waits"), R::NO_ERROR);
         done = true;
     });
+    ASSERT_TRUE(eventually([&] { return thread != 0 && sleeps(thread); }));
     put(m_pipes[1], "x");
     EXPECT_TRUE(eventually([&] { return m_reader.heard[1] == 1; }));
     EXPECT_EQ(write(one, "y"), R::NO_ERROR);
