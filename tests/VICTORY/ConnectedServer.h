@@ -20,47 +20,12 @@
 #include "bench/ReceiverPorts.h"
 #include "bench/SiblingProcess.h"
 #include "face/HC_Config.h"
+#include "ioss_mcsq/QueueSupport.h"
 
 using namespace std::chrono_literals;
 
 /** Whatever is slower than this on the slowest machine has hung. */
 inline constexpr auto patience = 20s;
-
-inline bool eventually(const std::function<bool()>& holds) {
-    const auto deadline = bench::within(patience);
-    while (!holds()) {
-        if (std::chrono::steady_clock::now() > deadline) {
-            return false;
-        }
-        std::this_thread::sleep_for(1ms);
-    }
-    return true;
-}
-
-/** Takes what any thread prints through std::cout while it lives. */
-class Printed : private std::streambuf {
-public:
-    Printed() : m_before(std::cout.rdbuf(this)) {}
-    ~Printed() override { std::cout.rdbuf(m_before); }
-    Printed(const Printed&) = delete;
-    Printed& operator=(const Printed&) = delete;
-
-    std::string text() {
-        const utilities::MutexLock lock(m_mutex);
-        return m_text;
-    }
-
-private:
-    std::streamsize xsputn(const char* characters, std::streamsize count) override {
-        const utilities::MutexLock lock(m_mutex);
-        m_text.append(characters, static_cast<std::size_t>(count));
-        return count;
-    }
-
-    std::streambuf* m_before;
-    utilities::Mutex m_mutex;
-    std::string m_text GUARDED_BY(m_mutex);
-};
 
 /** Hears the server's commands and events, as a sibling of it would. */
 class Ear {
