@@ -46,7 +46,6 @@ std::string text(const Civil& civil) {
 
 }  // namespace
 
-// NOLINTNEXTLINE(misc-use-internal-linkage): GoogleTest looks for it beside the class
 static void PrintTo(const GpsDateTime& time, std::ostream* out) {
     *out << "era " << time.m_rollovers << " week " << time.m_week << " ms " << time.m_milliseconds
          << " ps " << time.m_picoseconds;
