@@ -6,6 +6,7 @@
 #include <filesystem>
 
 #include "bench/run/Run.h"
+#include "bench/run/RunTopic.h"
 #include "utilities/Console.h"
 
 namespace {
@@ -62,6 +63,12 @@ int main(int argc, char* argv[]) {
         ->excludes("--nmea")
         ->excludes("--seconds")
         ->excludes("--speed");
+    std::string topic;
+    std::string hearOn;
+    app.add_option("--topic", topic,
+                   "Show a sample of this message type as it comes to another process, and end; "
+                   "help: list the types");
+    app.add_option("--hear-on", hearOn)->group("");  // the other process of --topic
     app.add_option("--server", options.server, "The server's binary")->check(CLI::ExistingFile);
     app.add_option("--set", options.settings,
                    "Change a parameter of the server, Debug=true for instance");
@@ -69,7 +76,9 @@ int main(int argc, char* argv[]) {
     app.add_flag("--keep", options.keep, "Leave the device root behind");
     CLI11_PARSE(app, argc, argv);
     try {
-        return execute(options);
+        return topic.empty()    ? execute(options)
+               : hearOn.empty() ? bench::showTopic(topic)
+                                : bench::hearTopic(topic, hearOn);
     } catch (const std::exception& error) {
         utilities::printErrorLine("run: ", error.what());
         return EXIT_FAILURE;
