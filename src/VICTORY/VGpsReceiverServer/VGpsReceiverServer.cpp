@@ -1,5 +1,6 @@
 #include "VICTORY/VGpsReceiverServer/VGpsReceiverServer.h"
 
+#include "PCSMaintReporter/PCSMaintReporter.h"
 #include "utilities/Console.h"
 
 using FACE::RETURN_CODE_TYPE;
@@ -17,6 +18,7 @@ VGpsReceiverServer::~VGpsReceiverServer() {
     // transport: all of them end before any member goes.
     m_sanitizer.stop();
     HealthReporter::Instance().DoneHealthReporter();
+    PCSMaintReporter::Instance().DoneMaintReporter();
     disconnectTransport();
     vgpssDeleteService(m_vgpssService.take());
     m_gssipMcsq.reset();

@@ -14,6 +14,7 @@
  *  | VGpsReceiverServerStatus.cpp | receiver status, status 2 | queue callback, library |
  *  | VGpsReceiverServerHealth.cpp | satellite health | queue callback |
  *  | VGpsReceiverServerWarnings.cpp | warning queue | any |
+ *  | VGpsReceiverServerMaintenance.cpp | what the library prints | whichever printed |
  *
  *  Of the locks below a thread of ours holds at most one at a time.
  */
@@ -50,6 +51,7 @@
 #include "tss/HC_TSS.h"
 #include "tss/HC_TypedTS.h"
 #include "utilities/Mutex.h"
+#include "utilities/OutputRedirector.h"
 #include "utilities/SourcePlace.h"
 #include "utilities/WatchdogTimer.h"
 #include "victory/victory.h"
@@ -163,6 +165,12 @@ public:
     bool InitializeVictory(const char* text);
     /** @return true when a running service was stopped. No callback runs any more then */
     bool ShutdownVictory();
+
+    /** Takes what was printed through C stdio, on the thread that printed it, one piece at a time:
+     *  a sender's fault becomes maintenance events. What this prints itself does not come back.
+     *  @return `length` when the text was taken, 0 when it belongs on the console; so is a null one
+     */
+    unsigned int logMaintenanceEvent(char const* text, unsigned int length);
 
     // Callbacks of the service, on threads of the library. `data` is the server. None lets an
     // exception out; set callbacks return 0 when the request was carried out, else 1.
@@ -323,6 +331,8 @@ private:
     void checkStatus();
     void checkHealth();
     // The service.
+    /** Points C stdio's streams at logMaintenanceEvent; changes nothing once they are. */
+    void captureLibraryOutput();
     bool bringUpVictory(const char* text);
     void registerVictoryCallbacks(VgpssService* service);
     void initVictoryManagementData(VgpssService* service);
@@ -446,4 +456,5 @@ private:
     SerialWorker m_sanitizer{[this] { endReports(); }};
     WatchdogTimer m_hotStartWatchdog;
     ClearDataCommand m_clearData;
+    COutputRedirector m_outputRedirector;
 };

@@ -2,6 +2,7 @@
 #include <array>
 #include <span>
 
+#include "PCSMaintReporter/PCSMaintReporter.h"
 #include "VICTORY/VGpsReceiverServer/VGpsReceiverServer.h"
 #include "face/HC_Config.h"
 #include "platform/FPGA.h"
@@ -90,6 +91,8 @@ bool VGpsReceiverServer::registerTopicCallbacks() {
 void VGpsReceiverServer::startReporters() {
     HealthReporter::Instance().InitHealthReporter(m_serverName, m_deviceIdFactory, m_eventLogTS,
                                                   m_eventLogConnection);
+    PCSMaintReporter::Instance().InitMaintReporter(m_serverName, m_deviceIdFactory, m_maintenanceTS,
+                                                   m_maintenanceConnection);
 }
 
 void VGpsReceiverServer::publishVersions() {
@@ -103,6 +106,7 @@ void VGpsReceiverServer::publishVersions() {
 void VGpsReceiverServer::Framework_Disconnect(ReturnCode& rc) {
     m_sanitizer.stop();
     HealthReporter::Instance().DoneHealthReporter();
+    PCSMaintReporter::Instance().DoneMaintReporter();
     FpgaFace::Instance().DoneFpga();
     disconnectTransport();
     vgpssDeleteService(m_vgpssService.take());
