@@ -14,6 +14,7 @@
  *  | VGpsReceiverServerStatus.cpp | receiver status, status 2 | queue callback, library |
  *  | VGpsReceiverServerHealth.cpp | satellite health | queue callback |
  *  | VGpsReceiverServerWarnings.cpp | warning queue | any |
+ *  | VGpsReceiverServerFaultTest.cpp | fault test mode | fault test |
  *  | VGpsReceiverServerMaintenance.cpp | what the library prints | whichever printed |
  *
  *  Of the locks below a thread of ours holds at most one at a time.
@@ -27,11 +28,13 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <thread>
 
 #include "ASPN/AspnCmdResponse.h"
 #include "ASPN/AspnDeviceIds.h"
 #include "ASPN/HealthReporter.h"
 #include "VICTORY/Utilities/ClearDataCommand.h"
+#include "VICTORY/Utilities/VictoryFaultHelper.h"
 #include "VICTORY/VGpsReceiverServer/SerialWorker.h"
 #include "VICTORY/VGpsReceiverServer/ServiceHandle.h"
 #include "VICTORY/VGpsReceiverServer/WarningQueue.h"
@@ -87,6 +90,9 @@ public:
     /** How long a hot start may run from its acknowledgement on; a test may shorten it. */
     static inline std::chrono::milliseconds hotStartLimit = std::chrono::seconds(60);
 
+    /** From one look at the console's keys to the next in test mode; a test may shorten it. */
+    static inline std::int32_t faultTestPollMs = 250;
+
     /** Touches no device and no file. */
     VGpsReceiverServer();
     VGpsReceiverServer(const VGpsReceiverServer&) = delete;
@@ -117,6 +123,7 @@ public:
     /** @param[out] rc NOT_AVAILABLE, with nothing changed, for a state that is reached already */
     void Request_State_Transition(RequestedState requested, ReturnCode& rc) override;
 
+    /** In test mode, start and join the fault test thread. */
     void Start();
     void Stop();
 
@@ -338,6 +345,10 @@ private:
     void initVictoryManagementData(VgpssService* service);
     VgpscReceiverPorts makeReceiverPorts() const;
     int saveVclid(const char* vclXml);
+    /** The fault test thread. */
+    void faultTestThreadFunction();
+    /** Takes one key. Keeps the handle from being taken meanwhile. */
+    void checkForFaultTestEvents();
     void tellStatus2Data(VgpssService* service);
     void tellMagneticVariation(VgpssService* service, std::uint32_t source, double degrees);
 
@@ -421,6 +432,9 @@ private:
     std::atomic<bool> m_sanitizeInProgress{false};
     /** While true no status or health record is told. */
     std::atomic<bool> m_tellDisabled{false};
+    /** The fault test thread's own, while that runs. */
+    VictoryFaultHelper m_faultHelper;
+    std::atomic<bool> m_faultTestStop{false};
 
     // Warnings and status 2. Held through the Tell of status 2.
     mutable utilities::Mutex m_vdbWarningMutex;
@@ -457,4 +471,5 @@ private:
     WatchdogTimer m_hotStartWatchdog;
     ClearDataCommand m_clearData;
     COutputRedirector m_outputRedirector;
+    std::thread m_faultTestThread;
 };

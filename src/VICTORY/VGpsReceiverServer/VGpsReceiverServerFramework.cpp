@@ -34,6 +34,7 @@ void VGpsReceiverServer::Framework_Connect(const FACE::String& /*file*/, ReturnC
     }
     // The service comes up in any case: the bus sees a unit that is there but silent.
     const bool service = InitializeVictory(nullptr);
+    m_faultHelper.SetAvailableService(ServiceHandle::Use(m_vgpssService).get());
     rc = transport && devices && service ? RETURN_CODE_TYPE::NO_ERROR
                                          : RETURN_CODE_TYPE::INVALID_CONFIG;
 }
