@@ -71,6 +71,8 @@ public:
     bool IsInitialized(long long connection);
 
     /** Writes the message as one record, then hands it to the channel's callback, written or not.
+     *  Waits for a full queue, holding no lock, at most for mcsWriterPort::writeLimit.
+     *
      *  `rc` is the device's answer: NO_ERROR, or NO_ACTION when not all bytes went. It stays as it
      *  was when nothing reached the device: the channel isn't open (then nothing is handed out
      *  either), the id is filtered, or `num_bytes` is not the data's length, which would cost the

@@ -79,7 +79,9 @@ public:
     void Read(long long connection, long long timeout, MCSQ::Read_Payload& payload,
               Return_Code& rc) override;
 
-    /** Looks up, and writes all of `payload` in one call. NO_ACTION: not all of it went.
+    /** Looks up, and writes all of `payload` in one call. NO_ACTION: not all of it went, which is
+     *  also how the wait for a full queue ends, after mcsWriterPort::writeLimit. No lock is held
+     *  over that wait, so it holds up nobody else.
      *
      *  A pipe in the device's place never raises SIGPIPE, as the connection's own reader keeps it
      *  open at the other end.

@@ -1,15 +1,27 @@
 #include "ioss_mcsq/mcsQport.h"
 
 #include <fcntl.h>
+#include <poll.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstddef>
+#include <thread>
 
 #include "utilities/Console.h"
 #include "utilities/DeviceRoot.h"
 
 namespace {
+
+using namespace std::chrono_literals;
+
+/** A write is tried again after this much at the latest, whatever poll says: a device need not tell
+ *  when it has room. */
+constexpr std::chrono::milliseconds longestPoll = 20ms;
+/** Before a try that poll has called for: it may do so all the time, of a device without room. */
+constexpr std::chrono::milliseconds pauseBeforeTry = 1ms;
 
 /** What `call` gives once no signal has interrupted it. */
 template <typename Call>
@@ -87,10 +99,50 @@ ssize_t mcsReaderPort::readFromPort(void* buffer, int length) {
         [&] { return ::read(getFileDescriptor(), buffer, static_cast<std::size_t>(length)); });
 }
 
+int mcsWriterPort::openPort() {
+    const int descriptor = openPortForWrite();
+    if (descriptor != -1) {
+        struct stat status {};
+        m_isPipe = ::fstat(descriptor, &status) == 0 && S_ISFIFO(status.st_mode);
+        ::fcntl(descriptor, F_SETFL, ::fcntl(descriptor, F_GETFL) | O_NONBLOCK);
+    }
+    return descriptor;
+}
+
 ssize_t mcsWriterPort::writeToPort(const void* buffer, int length) {
     if (!is_file_open() || length < 0) {
         return 0;
     }
-    return uninterrupted(
-        [&] { return ::write(getFileDescriptor(), buffer, static_cast<std::size_t>(length)); });
+    const auto* const bytes = static_cast<const unsigned char*>(buffer);
+    const auto size = static_cast<std::size_t>(length);
+    const auto deadline = std::chrono::steady_clock::now() + (m_stalled ? 0ms : writeLimit);
+    std::size_t sent = 0;
+    for (;;) {
+        const ssize_t taken =
+            uninterrupted([&] { return ::write(getFileDescriptor(), bytes + sent, size - sent); });
+        const bool full = taken == -1 && errno == EAGAIN;
+        sent += static_cast<std::size_t>(std::max<ssize_t>(taken, 0));
+        if (sent == size || !(full || (m_isPipe && taken > 0))) {
+            m_stalled = false;
+            return sent == 0 ? taken : static_cast<ssize_t>(sent);
+        }
+        if (!waitForRoom(deadline)) {
+            m_stalled = true;
+            errno = EAGAIN;
+            return sent == 0 ? -1 : static_cast<ssize_t>(sent);
+        }
+    }
+}
+
+bool mcsWriterPort::waitForRoom(Deadline deadline) const {
+    const auto left =
+        std::chrono::ceil<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
+    if (left <= 0ms) {
+        return false;
+    }
+    pollfd entry{getFileDescriptor(), POLLOUT, 0};
+    if (::poll(&entry, 1, static_cast<int>(std::min(left, longestPoll).count())) > 0) {
+        std::this_thread::sleep_for(pauseBeforeTry);
+    }
+    return true;
 }

@@ -3,12 +3,15 @@
 
 #include <sys/types.h>
 
+#include <atomic>
+#include <chrono>
+
 /** What both ends share. A port belongs to one thread until it is open; after that its descriptor
  *  doesn't change until the port is destroyed, and transfers may come from any thread.
  *
- *  The file is opened below the device root; messages show its plain name. Descriptors are
- *  blocking: opening a pipe waits until its other end exists too, and a read is for when data is
- *  known to wait. System calls that a signal interrupts are made again.
+ *  The file is opened below the device root; messages show its plain name. Opening a pipe waits
+ *  until its other end exists too, and a read is for when data is known to wait. What a signal
+ *  interrupts is made again.
  */
 class mcsQport {
 public:
@@ -59,8 +62,27 @@ public:
 
 class mcsWriterPort : public mcsQport {
 public:
-    int openPort() override { return openPortForWrite(); }
+    /** How long a write waits for a queue that is full; a test may shorten it. */
+    static inline std::chrono::milliseconds writeLimit = std::chrono::seconds(2);
 
-    /** `length` bytes in one call: as write(2) answers, which may be less; 0 when not open. */
+    /** The descriptor doesn't block once it is open: it is writeToPort that waits. */
+    int openPort() override;
+
+    /** `length` bytes in one call: as write(2) answers, which may be less; 0 when not open. -1,
+     *  with EAGAIN, when the queue had no room for `writeLimit`. From then on no write waits until
+     *  one has found room: a reader that is gone costs its writers one wait, not one a record.
+     *
+     *  A device decides how much it takes of a record. A pipe in its place takes up to PIPE_BUF
+     *  bytes whole or not at all; of a longer record it may be left with a part at the time-out.
+     */
     ssize_t writeToPort(const void* buffer, int length);
+
+private:
+    using Deadline = std::chrono::steady_clock::time_point;
+
+    /** False when `deadline` has passed. */
+    bool waitForRoom(Deadline deadline) const;
+
+    bool m_isPipe = false;
+    std::atomic<bool> m_stalled{false};  ///< the last write timed out
 };

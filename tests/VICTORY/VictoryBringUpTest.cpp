@@ -24,9 +24,10 @@ TEST_F(VictoryBringUp, RegistersThenStartsThenTellsManagementData) {
         ElementsAre("Read /opt/halcyrine/config/GPSReceiverServiceConfig_1_9.xml",
                     "Read /opt/halcyrine/config/GPSReceiver_VCL_1_9.xml", identity, "InitSaveVclid",
                     "InitPubGroup 0 1", "InitPubGroup 3 1", "InitPubGroup 1 1", "InitPubGroup 4 1",
-                    "InitTellCallback 1", "InitSetCommand", "StartService",
-                    "TellDeviceDatumCode 206 0", "TellDeviceMissionDuration 0",
-                    "TellDeviceReceiverPorts 12", "TellDeviceMaximumUserDefinedDatums 2"));
+                    "InitTellCallback 1", "InitSetCommand", "InitSetHotStartData",
+                    "InitSetHotStartPort", "StartService", "TellDeviceDatumCode 206 0",
+                    "TellDeviceMissionDuration 0", "TellDeviceReceiverPorts 12",
+                    "TellDeviceMaximumUserDefinedDatums 2"));
     EXPECT_STREQ(seen.ports[0].names[0], "J1COM1");
     EXPECT_STREQ(seen.ports[0].names[11], "J4COM3");
 }

@@ -7,6 +7,7 @@
 #include <array>
 #include <atomic>
 #include <csignal>
+#include <fstream>
 #include <iostream>
 #include <stdexcept>
 
@@ -215,6 +216,91 @@ TEST_F(HcMcsq, TransfersThatFailOrFallShortAreNoAction) {
     ::setrlimit(RLIMIT_FSIZE, &before);
     EXPECT_EQ(shortened, R::NO_ACTION);
     EXPECT_EQ(read(file).second, "reco");
+}
+
+/** Shortens the wait for a full queue. */
+class FullQueue : public HcMcsq {
+protected:
+    static constexpr int page = 4096;
+
+    FullQueue() { ::fcntl(m_pipes[0], F_SETPIPE_SZ, page); }
+    ~FullQueue() override { mcsWriterPort::writeLimit = m_before; }
+
+    /** The code of a write of so many bytes, and how long it took. */
+    std::pair<Code, std::chrono::steady_clock::duration> timedWrite(long long connection,
+                                                                    std::size_t size) {
+        const auto start = std::chrono::steady_clock::now();
+        const Code rc = write(connection, std::string(size, 'w'));
+        return {rc, std::chrono::steady_clock::now() - start};
+    }
+
+    static bool sleeps(pid_t thread) {
+        std::ifstream stat("/proc/self/task/" + std::to_string(thread) + "/stat");
+        std::string word;
+        return stat >> word >> word >> word && word == "S";
+    }
+
+    const std::chrono::milliseconds m_before =
+        std::exchange(mcsWriterPort::writeLimit, std::chrono::milliseconds(300));
+};
+
+TEST_F(FullQueue, OneWriteWaitsForAReaderThatIsGoneAndNoneUntilItIsBack) {
+    const long long zero = opened("Zero");
+    ASSERT_EQ(write(zero, std::string(page, 'f')), R::NO_ERROR);
+    const auto [rc, took] = timedWrite(zero, 10);
+    EXPECT_EQ(rc, R::NO_ACTION);
+    EXPECT_GE(took, mcsWriterPort::writeLimit);
+    for (int i = 0; i < 50; ++i) {
+        EXPECT_EQ(write(zero, "later"), R::NO_ACTION);
+    }
+    EXPECT_LT(timedWrite(zero, 10).second, mcsWriterPort::writeLimit);
+    EXPECT_EQ(takeAll(m_pipes[0]), std::string(page, 'f')) << "of what failed nothing has gone";
+    EXPECT_EQ(write(zero, "back"), R::NO_ERROR);
+    EXPECT_EQ(takeAll(m_pipes[0]), "back");
+    // From now on a write waits again.
+    ASSERT_EQ(write(zero, std::string(page, 'f')), R::NO_ERROR);
+    EXPECT_GE(timedWrite(zero, 10).second, mcsWriterPort::writeLimit);
+}
+
+TEST_F(FullQueue, AWriteGoesOnAsTheReaderMakesRoom) {
+    mcsWriterPort::writeLimit = std::chrono::seconds(20);
+    const long long zero = opened("Zero");
+    for (const std::size_t size :
+         {std::size_t{10}, std::size_t{page}, std::size_t{10 * page + 1}}) {
+        ASSERT_EQ(write(zero, std::string(page, 'f')), R::NO_ERROR);
+        std::string got;
+        std::thread reader([&] {
+            eventually([&] { return (got += takeAll(m_pipes[0])).size() == page + size; });
+        });
+        EXPECT_EQ(write(zero, std::string(size, 'w')), R::NO_ERROR) << size;
+        reader.join();
+        EXPECT_EQ(got, std::string(page, 'f') + std::string(size, 'w'));
+    }
+}
+
+TEST_F(FullQueue, OnlyTheWriterWaits) {
+    mcsWriterPort::writeLimit = std::chrono::seconds(20);
+    const long long zero = opened("Zero");
+    const long long one = opened("One");
+    ASSERT_EQ(attach(one, m_reader), R::NO_ERROR);
+    ASSERT_EQ(write(zero, std::string(page, 'f')), R::NO_ERROR);
+    std::atomic<pid_t> thread{0};
+    std::atomic<bool> done{false};
+    std::thread writer([&] {
+        thread = ::gettid();
+        EXPECT_EQ(write(zero, "waits"), R::NO_ERROR);
+        done = true;
+    });
+    ASSERT_TRUE(eventually([&] { return thread != 0 && sleeps(thread); }));
+    put(m_pipes[1], "x");
+    EXPECT_TRUE(eventually([&] { return m_reader.heard[1] == 1; }));
+    EXPECT_EQ(write(one, "y"), R::NO_ERROR);
+    EXPECT_EQ(opened("Two"), 2);
+    EXPECT_EQ(detach(one), R::NO_ERROR);
+    EXPECT_EQ(close(zero), R::NO_ERROR);
+    EXPECT_FALSE(done);
+    takeAll(m_pipes[0]);
+    writer.join();
 }
 
 TEST_F(HcMcsq, CallbacksComeForRegisteredConnectionsAlone) {

@@ -11,6 +11,8 @@
  *  | VGpsReceiverServerGssip.cpp | receiver traffic | queue callback; WriteBytes: any |
  *  | VGpsReceiverServerCommands.cpp | system topics, bus commands | transport, library |
  *  | VGpsReceiverServerVictory.cpp | the service's bring-up | main, sanitizer |
+ *  | VGpsReceiverServerSettings.cpp | settings of the receiver | library |
+ *  | VGpsReceiverServerHotStart.cpp | hot start, data transfer | library; cbDtOut: queue callback |
  *  | VGpsReceiverServerStatus.cpp | receiver status, status 2 | queue callback, library |
  *  | VGpsReceiverServerHealth.cpp | satellite health | queue callback |
  *  | VGpsReceiverServerWarnings.cpp | warning queue | any |
@@ -26,6 +28,7 @@
 #include <chrono>
 #include <cstdint>
 #include <memory>
+#include <span>
 #include <string>
 #include <string_view>
 #include <thread>
@@ -89,6 +92,12 @@ public:
     static constexpr double sameMomentSeconds = 0.5;
     /** How long a hot start may run from its acknowledgement on; a test may shorten it. */
     static inline std::chrono::milliseconds hotStartLimit = std::chrono::seconds(60);
+    /** How long a client's thread waits for the answer to a hot or warm start, for the start and
+     *  for the end of a transfer out; a test may shorten them. */
+    static inline std::chrono::milliseconds hotStartAnswerLimit = std::chrono::seconds(10);
+    static inline std::chrono::milliseconds warmStartAnswerLimit = std::chrono::seconds(10);
+    static inline std::chrono::milliseconds transferStartLimit = std::chrono::seconds(10);
+    static inline std::chrono::milliseconds transferLimit = std::chrono::seconds(120);
 
     /** From one look at the console's keys to the next in test mode; a test may shorten it. */
     static inline std::int32_t faultTestPollMs = 250;
@@ -137,8 +146,12 @@ public:
     void handleBlock5042(const unsigned char* frame, unsigned int bytes);
     void handleBlock5044(const unsigned char* frame, unsigned int bytes);
 
+    /** Takes a message of a transfer out, on the same thread under the same terms. A frame longer
+     *  than its place in the record is not kept. */
+    void cbDtOut(const aspn2_msgs::idl::GSSIP& message);
+
     /** Sends a message to the receiver, on the caller's thread, which waits while the receiver does
-     *  not read. `bytes` is only printed.
+     *  not read, at most for mcsWriterPort::writeLimit. `bytes` is only printed.
      *  @return 1, or 0 for a null message
      */
     int publishGSSIPmessage(GssipMessage* message, int bytes);
@@ -187,6 +200,51 @@ public:
     /** Carries out a zeroize of the keys and refuses everything else. Waits for the answer to each
      *  zeroize, at most the request time-out. */
     static int cbSetCommandCallback(void* data, VgpssService* service, VgpsCommandData commands);
+
+    // Settings of the receiver, offered in test mode. What is set goes to the receiver and is told
+    // at once, and the receiver's next report of it, which still holds the old value, is passed
+    // over. The methods are the callbacks behind their checks, for the same threads.
+
+    static int cbSetMagneticVariationCallback(void* data, VgpssService* service,
+                                              VgpscMagneticVariation source, double variation);
+    /** `variation` [deg] counts for source 0, local; for source 1, calculated, the receiver's last
+     *  takes its place. A source beyond is refused, yet told and sent as a message without a value.
+     *  A variation that isn't finite is refused and goes nowhere.
+     */
+    int setMagneticVariationCallbackMethod(VgpssService* service, VgpscMagneticVariation source,
+                                           double variation);
+    static int cbSetMissionDurationCallback(void* data, VgpssService* service, unsigned duration);
+    /** A duration that the receiver does not take, above 84, changes nothing. */
+    int setMissionDurationCallbackMethod(VgpssService* service, unsigned duration);
+    /** Does nothing, successfully: the service keeps hearing the mode that the receiver reports. */
+    static int cbSetOperatingModeCallback(void* data, VgpssService* service,
+                                          VgpscOperatingMode mode);
+
+    // Hot start. The record of saved messages crosses by value, 613 KB on the caller's stack; it is
+    // passed on by reference and copied only by the Tell.
+
+    /** Starts the receiver hot from the port of that name. Waits for the system's answer, at most
+     *  hotStartAnswerLimit. Refused, too, while another hot start runs. */
+    static int cbSetReceiverHotStartPortCallback(void* data, VgpssService* service,
+                                                 VgpscReceiverHotStartPort port);
+    int setReceiverHotStartPortCallbackMethod(VgpssService* service,
+                                              VgpscReceiverHotStartPort port);
+    /** Plays saved messages to the receiver, one record at a time; a second is refused meanwhile.
+     *  Waits for the system's answer, at most warmStartAnswerLimit, and for a receiver that is slow
+     *  to read, as publishGSSIPmessage. A record that claims more than it can hold is refused in
+     *  whatever mode. */
+    static int cbSetReceiverHotStartDataCallback(void* data, VgpssService* service,
+                                                 VgpscReceiverHotStartData record);
+    int setReceiverHotStartDataCallbackMethod(VgpssService* service,
+                                              const VgpscReceiverHotStartData& record);
+    /** Fetches the receiver's messages for a hot start and tells them. Waits at most for
+     *  transferStartLimit and transferLimit.
+     *
+     *  Registered nowhere: it would answer for a publish group of its own, and which of the
+     *  service's groups that is, is the library's to say. So no transfer out is ever asked for.
+     */
+    static void cbTellReceiverHotStartDataCallback(void* data, VgpssService* service);
+    void tellReceiverHotstartData(VgpssService* service);
 
     // Records for the service: pure functions of the receiver's messages.
 
@@ -266,6 +324,8 @@ private:
     };
     struct Handler;
     static const std::array<Handler, 7> s_handlers;
+    /** No frame shorter than this has a message id [bytes]. */
+    static constexpr std::size_t shortestFrame = 4;
 
     // Configuration.
     /** @return whether `file` gave every setting */
@@ -304,6 +364,8 @@ private:
     void answer(const aspn2_msgs::idl::CommandResponse& response);
     /** @return false, with an event, when the message could not be sent */
     bool publish(long long connection, const aspn2_msgs::idl::CommandResponse& message);
+    /** @return whether the message went out */
+    bool send(long long connection, const aspn2_msgs::idl::CommandResponse& message);
     void takeResponse(const aspn2_msgs::idl::CommandResponse& message);
     void takeWarmStartResponse(ASPN2::ResponseType::Value type);
     void takeDataTransferResponse(ASPN2::ResponseType::Value type);
@@ -334,6 +396,29 @@ private:
     void handleRise(std::uint16_t id, Frame frame, RiseRecord VGpsReceiverServer::*cache,
                     std::atomic<bool>& have);
     void dispatch(const aspn2_msgs::idl::GSSIP& message);
+    /** NO_ACTION when nothing reached the queue; waits as publishGSSIPmessage does. */
+    ReturnCode writeToReceiver(long long connection, const aspn2_msgs::idl::GSSIP& message);
+
+    // Hot start. Commands go out with no lock held: a topic's thread that wants the lock may hold
+    // what the sending needs.
+    /** @return whether the hot start is ours to request: none was under way */
+    bool beginHotStart();
+    /** @return whether the answer was an acknowledgement */
+    bool requestHotStart(const std::string& text);
+    bool requestWarmStart();
+    /** @return whether the system accepted and the whole record was played */
+    bool warmStart(const VgpscReceiverHotStartData& record);
+    bool playToReceiver(const VgpscReceiverHotStartData& record);
+    void writeTransfer(aspn2_msgs::idl::GSSIP& message, std::uint64_t sequence,
+                       std::span<const std::uint8_t> frame);
+    void takeTransfer(const aspn2_msgs::idl::GSSIP& message);
+    void keepTransferFrame(std::uint16_t number, std::span<const std::uint8_t> frame)
+        REQUIRES(m_dtMutex);
+    bool beginTransferOut();
+    void endTransferOut();
+    /** @return whether the transfer has come so far within `limit` */
+    bool awaitTransfer(TransferState state, std::chrono::milliseconds limit) REQUIRES(m_dtMutex);
+
     /** Tell a report whose messages are all there and of one moment. */
     void checkStatus();
     void checkHealth();
@@ -342,13 +427,20 @@ private:
     void captureLibraryOutput();
     bool bringUpVictory(const char* text);
     void registerVictoryCallbacks(VgpssService* service);
+    void registerSettings(VgpssService* service);
     void initVictoryManagementData(VgpssService* service);
     VgpscReceiverPorts makeReceiverPorts() const;
+    /** What a hot start from saved messages would use before any were saved; on the heap, being too
+     *  large for some stacks. */
+    static std::unique_ptr<VgpscReceiverHotStartData> makeDefaultHotStart();
     int saveVclid(const char* vclXml);
     /** The fault test thread. */
     void faultTestThreadFunction();
     /** Takes one key. Keeps the handle from being taken meanwhile. */
     void checkForFaultTestEvents();
+    /** @return whether a sanitize forbids `what`, which is then reported */
+    bool refuseInSanitize(const char* what,
+                          utilities::SourcePlace place = utilities::SourcePlace::current());
     void tellStatus2Data(VgpssService* service);
     void tellMagneticVariation(VgpssService* service, std::uint32_t source, double degrees);
 
@@ -447,14 +539,23 @@ private:
     /** Changes under the mutex, save by the watchdog. */
     std::atomic<HotStartState> m_hotStartState{HotStartState::idle};
     bool m_hotStartResponse GUARDED_BY(m_hotStartMutex) = false;
+    /** An acknowledgement has come. The state alone could not tell: it may have ended already. */
+    bool m_hotStartAccepted GUARDED_BY(m_hotStartMutex) = false;
     utilities::Mutex m_warmStartMutex;
     utilities::Condition m_warmStartCondition;
     bool m_warmStartResponse GUARDED_BY(m_warmStartMutex) = false;
     bool m_warmStartAccepted GUARDED_BY(m_warmStartMutex) = false;
+    /** A record is being played. Not the mutex: a receiver that does not read would hold up the
+     *  response topic with it. */
+    std::atomic<bool> m_warmStartBusy{false};
     utilities::Mutex m_dtMutex;
     utilities::Condition m_dtCondition;
     /** Changes under the mutex; the receiver's thread reads it without. */
     std::atomic<TransferState> m_dtState{TransferState::idle};
+    /** Collects a transfer; there while one is wanted. */
+    std::unique_ptr<VgpscReceiverHotStartData> m_hotStartData GUARDED_BY(m_dtMutex);
+    /** Frames of the transfer that were too long to keep. */
+    unsigned m_dtRefusedFrames GUARDED_BY(m_dtMutex) = 0;
 
     // Settings of the receiver, touched by receiver and library threads without a lock.
     std::atomic<double> m_magneticVariation{360.0};

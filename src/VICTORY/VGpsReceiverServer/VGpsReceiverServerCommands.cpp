@@ -46,18 +46,6 @@ constexpr std::array<VGpsReceiverServer::Command, 5> VGpsReceiverServer::s_comma
     {Sys::CommandString::StartSystemDestroy, &VGpsReceiverServer::startSanitize},
 }};
 
-template <typename Body>
-void VGpsReceiverServer::guardTopic(const char* operation, const char* unknown, Body body) {
-    try {
-        body();
-    } catch (const std::exception& exception) {
-        reportException(operation, " : ",
-                        m_serverName + ": An exception occurred. Details: " + exception.what());
-    } catch (...) {
-        reportException(operation, " : ", m_serverName + unknown);
-    }
-}
-
 void VGpsReceiverServer::cbCmd(const CommandResponse& message) {
     guardTopic("cbCmd", ": Unknown c++ exception in cbCmd.", [&] {
         if (m_state != FACE::LCM::Halcyrine::ReportedState::RUNNING ||
@@ -110,14 +98,18 @@ void VGpsReceiverServer::answer(const CommandResponse& response) {
     publish(m_responseConnection, response);
 }
 
-bool VGpsReceiverServer::publish(long long connection, const CommandResponse& message) {
+bool VGpsReceiverServer::send(long long connection, const CommandResponse& message) {
     long long transaction = 0;
     // There is no typed transport when it failed to come up, and the bus may ask even then.
     ReturnCode rc = RETURN_CODE_TYPE::NOT_AVAILABLE;
     if (m_commandResponseTS) {
         m_commandResponseTS->Send_Message(connection, -1, transaction, message, rc);
     }
-    if (rc == RETURN_CODE_TYPE::NO_ERROR) {
+    return rc == RETURN_CODE_TYPE::NO_ERROR;
+}
+
+bool VGpsReceiverServer::publish(long long connection, const CommandResponse& message) {
+    if (send(connection, message)) {
         return true;
     }
     HealthReporter::Instance().SendEvent(
@@ -182,8 +174,11 @@ void VGpsReceiverServer::takeResponse(const CommandResponse& message) {
 void VGpsReceiverServer::takeWarmStartResponse(ResponseType::Value type) {
     {
         const utilities::MutexLock lock(m_warmStartMutex);
-        m_warmStartResponse = true;
-        m_warmStartAccepted = type == ResponseType::Ack;
+        // The first answer decides: the end may follow before the waiter has woken.
+        if (!m_warmStartResponse) {
+            m_warmStartResponse = true;
+            m_warmStartAccepted = type == ResponseType::Ack;
+        }
     }
     m_warmStartCondition.notify_all();
 }
@@ -205,6 +200,7 @@ void VGpsReceiverServer::takeHotStartResponse(ResponseType::Value type) {
         switch (type) {
             case ResponseType::Ack:
                 acceptHotStart();
+                m_hotStartAccepted = true;
                 break;
             case ResponseType::Nack:
                 if (m_hotStartState == HotStartState::requested) {

@@ -148,7 +148,8 @@ bool VGpsReceiverServer::connectDevices() {
         m_ioDevicesFile, "TYR_HC",
         [this](const aspn2_msgs::idl::GSSIP& message) { cbGssip(message); }, codes[1]);
     m_gssipMcsq->Connect_ReadOnly(
-        m_ioDevicesFile, "DT_OUT", [](const aspn2_msgs::idl::GSSIP&) {}, codes[2]);
+        m_ioDevicesFile, "DT_OUT",
+        [this](const aspn2_msgs::idl::GSSIP& message) { cbDtOut(message); }, codes[2]);
     m_gssipMcsq->Connect_WriteOnly(m_ioDevicesFile, "HC_TYR", m_gssipWriteConnection, codes[3]);
     m_gssipMcsq->Connect_WriteOnly(m_ioDevicesFile, "DT_IN", m_dtInConnection, codes[4]);
     return allWell(codes);

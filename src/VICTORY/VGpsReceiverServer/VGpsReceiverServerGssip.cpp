@@ -12,13 +12,6 @@
 using FACE::RETURN_CODE_TYPE;
 using utilities::printLine;
 
-namespace {
-
-/** No frame shorter than this has a message id. */
-constexpr unsigned int shortestFrame = 4;
-
-}  // namespace
-
 struct VGpsReceiverServer::Handler {
     std::uint16_t messageId;
     void (VGpsReceiverServer::*handle)(Frame);
@@ -243,9 +236,7 @@ int VGpsReceiverServer::WriteBytes(const void* bytes, unsigned int length) {
     message.data().assign(first, first + length);
     message.num_bytes(static_cast<std::int32_t>(length));
 
-    ReturnCode rc = RETURN_CODE_TYPE::NO_ACTION;
-    m_gssipMcsq->Write(m_gssipWriteConnection, message, rc);
-    if (rc != RETURN_CODE_TYPE::NO_ERROR) {
+    if (writeToReceiver(m_gssipWriteConnection, message) != RETURN_CODE_TYPE::NO_ERROR) {
         const std::uint32_t errors = ++m_gssipPublishErrors;
         HealthReporter::Instance().SendEvent(
             __FILE__, __LINE__, HealthReporter::EVENT_WARNING,
@@ -254,4 +245,14 @@ int VGpsReceiverServer::WriteBytes(const void* bytes, unsigned int length) {
                               ", SeqNum = ", sequence));
     }
     return 0;
+}
+
+VGpsReceiverServer::ReturnCode VGpsReceiverServer::writeToReceiver(
+    long long connection, const aspn2_msgs::idl::GSSIP& message) {
+    ReturnCode rc = RETURN_CODE_TYPE::NO_ACTION;
+    // There is no adapter when the devices were never connected, and the bus may ask even then.
+    if (m_gssipMcsq) {
+        m_gssipMcsq->Write(connection, message, rc);
+    }
+    return rc;
 }

@@ -1,5 +1,6 @@
 #include <string_view>
 
+#include "VICTORY/VGpsReceiverServer/HotStartTables.h"
 #include "VICTORY/VGpsReceiverServer/VGpsReceiverServer.h"
 #include "VICTORY/VGpsReceiverServer/VictoryCallback.h"
 #include "utilities/Console.h"
@@ -13,12 +14,6 @@ namespace {
 constexpr const char* maker = "Merrowin Avionics";
 constexpr const char* model = "Zarvok-700";
 constexpr const char* equipmentId = "Type No. 47QK-100, Part No. 510-2288-100";
-
-/** Names of the unit's ports, as the service knows them. */
-constexpr std::array<std::string_view, 12> belvoPortStrings{
-    "J1COM1", "J1COM2", "J1COM3", "J2COM1", "J2COM2", "J2COM3",
-    "J3COM1", "J3COM2", "J3COM3", "J4COM1", "J4COM2", "J4COM3",
-};
 
 /** Publish groups, in the order in which the service is given their periods. */
 constexpr std::array<int, 4> publishGroups{0, 3, 1, 4};
@@ -89,12 +84,20 @@ void VGpsReceiverServer::registerVictoryCallbacks(VgpssService* service) {
     }
     vgpssInitTellCallback(service, status2Group, cbTellStatus2DataCallback, this);
     vgpssInitSetCommandCallback(service, cbSetCommandCallback, this);
+    if (m_testMode) {
+        registerSettings(service);
+    }
+    vgpssInitSetReceiverHotStartDataCallback(service, cbSetReceiverHotStartDataCallback, this);
+    vgpssInitSetReceiverHotStartPortCallback(service, cbSetReceiverHotStartPortCallback, this);
 }
 
 void VGpsReceiverServer::initVictoryManagementData(VgpssService* service) {
     vgpssTellDeviceDatumCode(service, datumCode, 0);
     vgpssTellDeviceMissionDuration(service, 0);
     vgpssTellDeviceReceiverPorts(service, makeReceiverPorts());
+    if (m_testMode) {
+        vgpssTellDeviceReceiverHotStartData(service, *makeDefaultHotStart());
+    }
     vgpssTellDeviceMaximumUserDefinedDatums(service, maximumUserDefinedDatums);
 }
 
@@ -131,12 +134,20 @@ int VGpsReceiverServer::cbSaveVclidCallback(void* data, VgpssService* /*service*
 }
 
 int VGpsReceiverServer::saveVclid(const char* vclXml) {
-    if (m_sanitizeInProgress) {
-        report(m_serverName + ": Sanitize in progress, not processing SaveVCLID command");
+    if (refuseInSanitize("SaveVCLID command")) {
         return 1;
     }
     if (!m_quiet) {
         printLine(": Saving VCLID file: ", vclFileName);
     }
     return vutilWriteStringToFile(vclXml, resolvePath(vclFileName).c_str()) == 0 ? 0 : 1;
+}
+
+bool VGpsReceiverServer::refuseInSanitize(const char* what, utilities::SourcePlace place) {
+    if (!m_sanitizeInProgress) {
+        return false;
+    }
+    report(m_serverName + ": Sanitize in progress, not processing " + what,
+           HealthReporter::EVENT_WARNING, place);
+    return true;
 }

@@ -1,4 +1,4 @@
-/** The convention that every callback of the VICTORY service keeps. */
+/** The conventions that callbacks keep: those of the VICTORY service, of topics and queues. */
 #pragma once
 
 #include <exception>
@@ -22,4 +22,16 @@ int VGpsReceiverServer::guardCallback(void* data, int onNull, Body body) {
         report("VGpsReceiverServer: Unknown c++ exception occurred");
     }
     return 1;
+}
+
+template <typename Body>
+void VGpsReceiverServer::guardTopic(const char* operation, const char* unknown, Body body) {
+    try {
+        body();
+    } catch (const std::exception& exception) {
+        reportException(operation, " : ",
+                        m_serverName + ": An exception occurred. Details: " + exception.what());
+    } catch (...) {
+        reportException(operation, " : ", m_serverName + unknown);
+    }
 }

@@ -1,0 +1,282 @@
+/** A server in this process between real queues and topics, with the tests' own VICTORY library. */
+#pragma once
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+
+#include <functional>
+#include <iostream>
+#include <optional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "VICTORY/FakeVictory.h"
+#include "VICTORY/VGpsReceiverServer/VGpsReceiverServer.h"
+#include "bench/Descriptor.h"
+#include "bench/DeviceRoot.h"
+#include "bench/FpgaFile.h"
+#include "bench/FrameBuilder.h"
+#include "bench/ReceiverPorts.h"
+#include "bench/SiblingProcess.h"
+#include "face/HC_Config.h"
+
+using namespace std::chrono_literals;
+
+/** Whatever is slower than this on the slowest machine has hung. */
+inline constexpr auto patience = 20s;
+
+inline bool eventually(const std::function<bool()>& holds) {
+    const auto deadline = bench::within(patience);
+    while (!holds()) {
+        if (std::chrono::steady_clock::now() > deadline) {
+            return false;
+        }
+        std::this_thread::sleep_for(1ms);
+    }
+    return true;
+}
+
+/** Takes what any thread prints through std::cout while it lives. */
+class Printed : private std::streambuf {
+public:
+    Printed() : m_before(std::cout.rdbuf(this)) {}
+    ~Printed() override { std::cout.rdbuf(m_before); }
+    Printed(const Printed&) = delete;
+    Printed& operator=(const Printed&) = delete;
+
+    std::string text() {
+        const utilities::MutexLock lock(m_mutex);
+        return m_text;
+    }
+
+private:
+    std::streamsize xsputn(const char* characters, std::streamsize count) override {
+        const utilities::MutexLock lock(m_mutex);
+        m_text.append(characters, static_cast<std::size_t>(count));
+        return count;
+    }
+
+    std::streambuf* m_before;
+    utilities::Mutex m_mutex;
+    std::string m_text GUARDED_BY(m_mutex);
+};
+
+/** Hears the server's commands and events, as a sibling of it would. */
+class Ear {
+public:
+    explicit Ear(const std::string& connectionsFile)
+        : m_tss(std::make_shared<FACE::TSS::HC_TSS>("ear")) {
+        FACE::RETURN_CODE_TYPE::Value rc{};
+        m_tss->Set_Reference("", std::make_shared<FACE::HC_Config>(), 0, rc);
+        m_tss->Initialize(connectionsFile.c_str(), rc);
+        hear<aspn2_msgs::idl::CommandResponse>(m_commands, "Command", [this](const auto& message) {
+            keep(m_heardCommands, message.command_response());
+        });
+        hear<aspn2_msgs::idl::EventLog>(m_events, "EventLog", [this](const auto& message) {
+            keep(m_heardEvents, message.eventlog());
+        });
+    }
+    Ear(const Ear&) = delete;
+    Ear& operator=(const Ear&) = delete;
+
+    std::vector<std::string> commands() { return copyOf(m_heardCommands); }
+    /** Waits for one more command than `before`; the newest, or empty when none comes. */
+    std::string commandAfter(std::size_t before) {
+        eventually([&] { return commands().size() > before; });
+        const auto heard = commands();
+        return heard.size() > before ? heard.back() : std::string();
+    }
+    bool hearsEvent(const std::string& text) {
+        return eventually([&] {
+            const auto events = copyOf(m_heardEvents);
+            return std::ranges::any_of(events, [&](const std::string& event) {
+                return event.find(text) != std::string::npos;
+            });
+        });
+    }
+    void forgetEvents() {
+        const utilities::MutexLock lock(m_mutex);
+        m_heardEvents.clear();
+    }
+
+private:
+    template <typename T>
+    using Typed = FACE::TSS::Details::HC_TypedTS<T>;
+
+    template <typename T, typename Take>
+    void hear(Typed<T>& typed, const char* topic, Take take) {
+        FACE::RETURN_CODE_TYPE::Value rc{};
+        long long connection = -1;
+        int ignored = 0;
+        typed.Set_Reference("", m_tss, 0, rc);
+        m_tss->Create_Connection(topic, -1, connection, ignored, rc);
+        typed.Register_Callback(
+            connection,
+            [take](long long, long long, const T& message, const FACE::TSS::HEADER_TYPE&,
+                   const FACE::Sequence<FACE::TSS::QoS_Element>&,
+                   FACE::RETURN_CODE_TYPE::Value&) { take(message); },
+            rc);
+        EXPECT_EQ(rc, FACE::RETURN_CODE_TYPE::NO_ERROR) << topic;
+    }
+    void keep(std::vector<std::string>& list, const std::string& text) EXCLUDES(m_mutex) {
+        const utilities::MutexLock lock(m_mutex);
+        list.push_back(text);
+    }
+    std::vector<std::string> copyOf(const std::vector<std::string>& list) EXCLUDES(m_mutex) {
+        const utilities::MutexLock lock(m_mutex);
+        return list;
+    }
+
+    utilities::Mutex m_mutex;
+    std::vector<std::string> m_heardCommands;  // both under the mutex
+    std::vector<std::string> m_heardEvents;
+    Typed<aspn2_msgs::idl::CommandResponse> m_commands;
+    Typed<aspn2_msgs::idl::EventLog> m_events;
+    std::shared_ptr<FACE::TSS::HC_TSS> m_tss;  // goes first, and its threads with it
+};
+
+/** A unit around a server that runs, in a domain of its own and in test mode. */
+class ConnectedServer {
+public:
+    using Channel = bench::ReceiverPorts::Channel;
+    using Requested = FACE::LCM::Halcyrine::RequestedState;
+
+    /** A server that is quiet prints only what it reports. */
+    explicit ConnectedServer(bool quiet = true) : fpga(root), receiver(root) {
+        fake::reset();
+        setenv("HALCYRINE_ROOT", root.path().c_str(), 1);
+        root.setParameter(bench::connectionsFile, "FastRtps", "DomainId",
+                          std::to_string(bench::SiblingProcess::freshDomain()));
+        root.setParameter(bench::serverFile, "VGpsReceiverServer", "PARAM_1",
+                          quiet ? "true" : "false");
+        root.setParameter(bench::serverFile, "VGpsReceiverServer", "PARAM_2", "true");
+        ear.emplace("/opt/halcyrine/config/Connections.xml");
+        FACE::RETURN_CODE_TYPE::Value rc{};
+        server->Configure(bench::DeviceRoot::serverArgument().c_str(), rc);
+        server->Framework_Connect("", rc);
+        EXPECT_EQ(rc, FACE::RETURN_CODE_TYPE::NO_ERROR);
+        transition(Requested::START);
+        EXPECT_TRUE(ear->hearsEvent("started successfully"));
+        fake::with([this](const fake::Victory& victory) {
+            bringUpCalls = victory.calls;
+            defaultRecord = victory.hotStartData.at(0);
+        });
+    }
+    ~ConnectedServer() {
+        server.reset();
+        ear.reset();
+        unsetenv("HALCYRINE_ROOT");
+    }
+    ConnectedServer(const ConnectedServer&) = delete;
+    ConnectedServer& operator=(const ConnectedServer&) = delete;
+
+    void transition(Requested::Value requested) {
+        FACE::RETURN_CODE_TYPE::Value rc{};
+        server->Request_State_Transition(requested, rc);
+    }
+    /** As the process ends: waits for the callbacks under way. */
+    void end() {
+        transition(Requested::STOP);
+        FACE::RETURN_CODE_TYPE::Value rc{};
+        server->Framework_Disconnect(rc);
+    }
+
+    /** A response of a sibling, as the topic's thread brings it. */
+    void respond(const std::string& text) {
+        aspn2_msgs::idl::CommandResponse response;
+        response.commanded_device_id(46 << 16);
+        response.command_response_type(aspn2_msgs::idl::COMMAND_RESPONSE_TYPE_RESPONSE);
+        response.command_response(text);
+        server->cbRsp(response);
+    }
+    void command(const std::string& text) {
+        aspn2_msgs::idl::CommandResponse command;
+        command.command_response(text);
+        server->cbCmd(command);
+    }
+    void send(Channel channel, const bench::Bytes& frame) {
+        ASSERT_TRUE(receiver.send(channel, frame, bench::within(patience)));
+    }
+    /** What the server has sent next; empty when nothing comes. */
+    std::optional<aspn2_msgs::idl::GSSIP> take(Channel channel) {
+        return receiver.receive(channel, bench::within(patience));
+    }
+    bool hasSent(Channel channel) {
+        return receiver.receive(channel, bench::within(0ms)).has_value();
+    }
+
+    /** A queue that is empty gets room for so many bytes. */
+    void resize(Channel channel, int bytes) {
+        const char* const name = channel == Channel::HcTyr ? "HC_TYR" : "DT_IN";
+        const bench::Descriptor pipe(::open(
+            root.file("/dev/mcs" + root.parameter(bench::ioDevicesFile, name, "Port")).c_str(),
+            O_RDWR | O_CLOEXEC));
+        EXPECT_EQ(::fcntl(pipe.get(), F_SETPIPE_SZ, bytes), bytes);
+    }
+
+    // The bus's requests, each on the caller's thread as the library would call.
+    int setPort(const std::string& name) {
+        VgpscReceiverHotStartPort port{};
+        name.copy(port.name, sizeof(port.name));
+        return ask([&](VgpssService& at) { return at.setHotStartPort(at.data, &at, port); });
+    }
+    int setData(const VgpscReceiverHotStartData& record) {
+        return ask([&](VgpssService& at) { return at.setHotStartData(at.data, &at, record); });
+    }
+    /** As if the tell callback were registered. */
+    void tellData() {
+        ask([](VgpssService& at) {
+            VGpsReceiverServer::cbTellReceiverHotStartDataCallback(at.data, &at);
+            return 0;
+        });
+    }
+    static int ask(const std::function<int(VgpssService&)>& request) {
+        int result = -1;
+        fake::runCallback([&](VgpssService& service) { result = request(service); });
+        return result;
+    }
+
+    /** The library's memory, but for the service that stands. */
+    static void forgetCalls() {
+        fake::with([](fake::Victory& victory) { victory = {}; });
+    }
+    static std::vector<std::string> calls() { return fake::snapshot().calls; }
+
+    bench::DeviceRoot root;
+    bench::FpgaFile fpga;
+    bench::ReceiverPorts receiver;
+    std::optional<Ear> ear;
+    std::unique_ptr<VGpsReceiverServer> server = std::make_unique<VGpsReceiverServer>();
+    // What the service was told while it came up.
+    std::vector<std::string> bringUpCalls;
+    VgpscReceiverHotStartData defaultRecord{};
+};
+
+/** Tests that share one server. */
+class ConnectedTest : public testing::Test {
+protected:
+    using Channel = ConnectedServer::Channel;
+
+    static void TearDownTestSuite() { s_unit.reset(); }
+    /** A server of which nothing has been asked yet. */
+    static ConnectedServer& freshUnit() {
+        s_unit.reset();
+        unit();
+        ConnectedServer::forgetCalls();
+        return unit();
+    }
+    static ConnectedServer& unit() {
+        if (!s_unit) {
+            s_unit = std::make_unique<ConnectedServer>(false);
+        }
+        return *s_unit;
+    }
+
+    void SetUp() override {
+        unit();
+        ConnectedServer::forgetCalls();
+    }
+
+    static inline std::unique_ptr<ConnectedServer> s_unit;
+};

@@ -1,0 +1,540 @@
+#include <cstring>
+
+#include "VICTORY/ConnectedServer.h"
+
+namespace {
+
+using testing::Contains;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::Not;
+using testing::StartsWith;
+using Server = VGpsReceiverServer;
+using Record = VgpscReceiverHotStartData;
+
+constexpr std::array<std::uint8_t, 9> startFrame{0xFF, 0x81, 0xEF, 0x13, 0x00,
+                                                 0x09, 0x01, 0x2D, 0x0A};
+constexpr std::array<std::uint8_t, 9> endFrame{0xFF, 0x81, 0xF0, 0x13, 0x00,
+                                               0x09, 0x01, 0x1D, 0x0A};
+
+bench::Bytes bytesOf(std::span<const std::uint8_t> frame) {
+    return {frame.begin(), frame.end()};
+}
+
+/** A frame of that number and size; only its number is looked at. */
+bench::Bytes frameOf(int number, std::size_t size) {
+    bench::Bytes frame(size, 0x5A);
+    frame[2] = static_cast<std::uint8_t>(number & 0xFF);
+    frame[3] = static_cast<std::uint8_t>(number >> 8);
+    return frame;
+}
+
+class HotStart : public ConnectedTest {
+protected:
+    struct Limits {
+        std::chrono::milliseconds answer = Server::hotStartAnswerLimit;
+        std::chrono::milliseconds warm = Server::warmStartAnswerLimit;
+        std::chrono::milliseconds start = Server::transferStartLimit;
+        std::chrono::milliseconds end = Server::transferLimit;
+        std::chrono::milliseconds running = Server::hotStartLimit;
+        std::chrono::milliseconds write = mcsWriterPort::writeLimit;
+    };
+
+    void SetUp() override {
+        ConnectedTest::SetUp();
+        unit().ear->forgetEvents();
+        // What is to be answered is waited for; what isn't, times out in a test of its own.
+        for (auto* const limit : {&Server::hotStartAnswerLimit, &Server::warmStartAnswerLimit,
+                                  &Server::transferStartLimit, &Server::transferLimit}) {
+            *limit = patience;
+        }
+    }
+    void TearDown() override {
+        unit().respond("INIT_HOTSTART_FAIL");
+        Server::hotStartAnswerLimit = m_limits.answer;
+        Server::warmStartAnswerLimit = m_limits.warm;
+        Server::transferStartLimit = m_limits.start;
+        Server::transferLimit = m_limits.end;
+        Server::hotStartLimit = m_limits.running;
+        mcsWriterPort::writeLimit = m_limits.write;
+    }
+
+    /** A request that runs on a thread of the library's until it is answered. */
+    class Asked {
+    public:
+        explicit Asked(std::function<int()> request)
+            : m_thread([this, ask = std::move(request)] { m_result = ask(); }) {}
+        ~Asked() { result(); }
+        Asked(const Asked&) = delete;
+        Asked& operator=(const Asked&) = delete;
+        int result() {
+            if (m_thread.joinable()) {
+                m_thread.join();
+            }
+            return m_result;
+        }
+
+    private:
+        int m_result = -1;
+        std::thread m_thread;
+    };
+
+    /** A request that sends a command, which then gets these answers; its result. The command is
+     *  left in `sent`. */
+    int answered(std::function<int()> request, const std::vector<std::string>& answers) {
+        const std::size_t before = unit().ear->commands().size();
+        Asked asked(std::move(request));
+        sent = unit().ear->commandAfter(before);
+        for (const std::string& answer : answers) {
+            unit().respond(answer);
+        }
+        return asked.result();
+    }
+    static std::function<int()> port(const std::string& name) {
+        return [name] { return unit().setPort(name); };
+    }
+    static std::function<int()> data(const Record& record) {
+        return [&record] { return unit().setData(record); };
+    }
+    static int tell() {
+        unit().tellData();
+        return 0;
+    }
+
+    static std::unique_ptr<Record> recordOf(std::uint32_t mode, std::uint32_t count = 0) {
+        auto record = std::make_unique<Record>();
+        record->hotStartMode = mode;
+        record->messageCount = count;
+        return record;
+    }
+    /** The next message on "DT_IN" is this one. */
+    static void expectPlayed(std::int64_t sequence, const bench::Bytes& frame) {
+        const auto message = unit().take(Channel::DtIn);
+        ASSERT_TRUE(message);
+        EXPECT_EQ(message->header().seq_num(), sequence);
+        EXPECT_EQ(message->header().device_id(), 46);
+        EXPECT_EQ(bench::Bytes(message->data().begin(), message->data().end()), frame);
+    }
+    static std::size_t recordsTold() { return fake::snapshot().hotStartData.size(); }
+
+    std::string sent;
+
+private:
+    const Limits m_limits;
+};
+
+TEST_F(HotStart, EveryPortHasItsToken) {
+    for (const char connector : {'1', '2', '3', '4'}) {
+        for (const char com : {'1', '2', '3'}) {
+            const std::string name = std::string("J") + connector + "COM" + com;
+            EXPECT_EQ(answered(port(name), {"INIT_HOTSTART_ACK"}), 0);
+            EXPECT_EQ(sent, std::string("INIT_HOTSTART,") + connector + ",COM" + com + ",LNAV");
+            EXPECT_EQ(ConnectedServer::calls().back(), "TellDeviceReceiverHotStartPort " + name);
+            unit().respond("INIT_HOTSTART_PASS");
+        }
+    }
+}
+
+TEST_F(HotStart, OtherNamesAreRefusedAndSendNothing) {
+    const std::size_t before = unit().ear->commands().size();
+    for (const std::string& name :
+         {std::string(), std::string("j4com3"), std::string("J5COM1"), std::string("J1COM12"),
+          std::string("J1COM"), std::string(256, 'J'),
+          std::string("J1COM1") + std::string(250, 'x')}) {
+        EXPECT_EQ(unit().setPort(name), 1) << name;
+    }
+    EXPECT_EQ(answered(port("J1COM1"), {"INIT_HOTSTART_NACK"}), 1);
+    EXPECT_EQ(unit().ear->commands().size(), before + 1) << "only the last";
+    EXPECT_THAT(ConnectedServer::calls(), ElementsAre());
+}
+
+TEST_F(HotStart, OnlyAnAcknowledgedPortIsTold) {
+    Server::hotStartAnswerLimit = 100ms;
+    const struct {
+        std::vector<std::string> answers;
+        int result;
+    } rows[] = {{{"_ACK"}, 0},
+                {{"_NACK"}, 1},
+                {{"_PASS"}, 1},
+                {{"_FAIL"}, 1},
+                {{"_WHAT"}, 1},
+                {{}, 1},
+                // An end that is quicker than the client's thread changes nothing for it.
+                {{"_ACK", "_PASS"}, 0},
+                {{"_ACK", "_FAIL"}, 0},
+                // Not in answer to this command.
+                {{"_NACK", "_FAIL"}, 1}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(testing::PrintToString(row.answers));
+        ConnectedServer::forgetCalls();
+        std::vector<std::string> answers;
+        for (const std::string& suffix : row.answers) {
+            answers.push_back("INIT_HOTSTART" + suffix);
+        }
+        Printed output;
+        EXPECT_EQ(answered(port("J2COM2"), answers), row.result);
+        EXPECT_EQ(ConnectedServer::calls().size(), row.result == 0 ? 1U : 0U);
+        EXPECT_THAT(output.text(),
+                    HasSubstr(": Received a setReceiverHotStartPort call : J2COM2\n"));
+        unit().respond("INIT_HOTSTART_PASS");
+    }
+}
+
+TEST_F(HotStart, OnePortAtATime) {
+    const std::size_t before = unit().ear->commands().size();
+    Asked first(port("J1COM1"));
+    unit().ear->commandAfter(before);
+    EXPECT_EQ(unit().setPort("J1COM2"), 1) << "while the first waits";
+    unit().respond("INIT_HOTSTART_ACK");
+    EXPECT_EQ(first.result(), 0);
+    EXPECT_EQ(unit().setPort("J1COM2"), 1) << "while the first runs";
+    unit().respond("INIT_HOTSTART_NACK");
+    EXPECT_EQ(unit().setPort("J1COM2"), 1) << "which a late refusal does not end";
+    EXPECT_EQ(unit().ear->commands().size(), before + 1);
+    unit().respond("INIT_HOTSTART_FAIL");
+    EXPECT_EQ(answered(port("J1COM2"), {"INIT_HOTSTART_ACK"}), 0);
+}
+
+TEST_F(HotStart, TheWatchdogFreesAPortWithoutAnEnd) {
+    Server::hotStartLimit = 50ms;
+    Server::hotStartAnswerLimit = 1ms;
+    EXPECT_EQ(answered(port("J1COM1"), {}), 1);
+    unit().respond("INIT_HOTSTART_ACK");  // too late for the client, yet it runs
+    const std::size_t before = unit().ear->commands().size();
+    EXPECT_TRUE(eventually([&] {
+        unit().setPort("J1COM2");
+        return unit().ear->commands().size() > before;
+    }));
+}
+
+TEST_F(HotStart, SavedMessagesArePlayedByteForByte) {
+    const auto record = recordOf(3, 3);
+    const std::uint32_t sequences[] = {7, 7, 4000000000};
+    const std::uint32_t lengths[] = {44, 2032, 9};
+    for (std::size_t i = 0; i < 3; ++i) {
+        VgpscHotStartMessage& message = record->messages[i];
+        message.sequence = sequences[i];
+        message.length = lengths[i];
+        std::ranges::generate(message.bytes, [n = i]() mutable { return std::uint8_t(n += 7); });
+    }
+    EXPECT_EQ(answered(data(*record), {"INIT_WARMSTART_ACK"}), 0);
+    EXPECT_EQ(sent, "INIT_WARMSTART");
+    expectPlayed(0, bytesOf(startFrame));
+    for (std::size_t i = 0; i < 3; ++i) {
+        expectPlayed(sequences[i], bytesOf({record->messages[i].bytes, lengths[i]}));
+    }
+    expectPlayed(4, bytesOf(endFrame));
+    EXPECT_FALSE(unit().hasSent(Channel::DtIn));
+    ASSERT_EQ(recordsTold(), 1U);
+    EXPECT_EQ(std::memcmp(&fake::snapshot().hotStartData[0], record.get(), sizeof(Record)), 0);
+}
+
+TEST_F(HotStart, AnEmptySetIsAStartAndAnEnd) {
+    EXPECT_EQ(answered(data(*recordOf(0)), {"INIT_WARMSTART_ACK"}), 0);
+    expectPlayed(0, bytesOf(startFrame));
+    expectPlayed(1, bytesOf(endFrame));
+    EXPECT_EQ(recordsTold(), 1U);
+}
+
+TEST_F(HotStart, ARecordThatIsNotForTheReceiverIsToldAtOnce) {
+    const std::size_t before = unit().ear->commands().size();
+    EXPECT_EQ(unit().setData(*recordOf(4, 300)), 0);
+    EXPECT_EQ(unit().setData(*recordOf(0xFFFFFFFF)), 0);
+    EXPECT_EQ(recordsTold(), 2U);
+    EXPECT_EQ(unit().ear->commands().size(), before);
+}
+
+TEST_F(HotStart, WithoutAnAcknowledgementNothingIsPlayed) {
+    Server::warmStartAnswerLimit = 100ms;
+    const auto record = recordOf(3, 1);
+    for (const auto& answers : std::vector<std::vector<std::string>>{
+             {"INIT_WARMSTART_NACK"}, {"INIT_WARMSTART_PASS"}, {"INIT_HOTSTART_PASS"}, {}}) {
+        SCOPED_TRACE(testing::PrintToString(answers));
+        EXPECT_EQ(answered(data(*record), answers), 1);
+    }
+    EXPECT_TRUE(unit().ear->hearsEvent("Not Sending Warmstart."));
+    EXPECT_FALSE(unit().hasSent(Channel::DtIn));
+    EXPECT_EQ(recordsTold(), 0U);
+}
+
+TEST_F(HotStart, ARecordThatClaimsMoreThanItHoldsIsRefused) {
+    const std::size_t before = unit().ear->commands().size();
+    const struct {
+        std::uint32_t mode, count, length;
+        const char* fault;
+    } rows[] = {
+        {3, 301, 0, "301 messages, at most 300"},
+        {4, 0xFFFFFFFF, 0, "4294967295 messages, at most 300"},
+        {3, 300, 2033, "message 300 of 2033 bytes, at most 2032"},
+        {4, 1, 0xFFFFFFFF, "message 1 of 4294967295 bytes, at most 2032"},
+    };
+    for (const auto& row : rows) {
+        const auto record = recordOf(row.mode, row.count);
+        record->messages[std::clamp(row.count, 1U, 300U) - 1].length = row.length;
+        Printed output;
+        EXPECT_EQ(unit().setData(*record), 1);
+        EXPECT_EQ(output.text(),
+                  std::string("VGpsReceiverServer: Invalid hot start data: ") + row.fault + "\n");
+    }
+    EXPECT_TRUE(unit().ear->hearsEvent("Invalid hot start data: message 300 of 2033 bytes"));
+    EXPECT_EQ(unit().ear->commands().size(), before);
+    EXPECT_EQ(recordsTold(), 0U);
+    // A length behind the last message is nobody's.
+    const auto record = recordOf(4, 1);
+    record->messages[1].length = 0xFFFFFFFF;
+    EXPECT_EQ(unit().setData(*record), 0);
+}
+
+TEST_F(HotStart, OneRecordAtATime) {
+    const auto record = recordOf(3);
+    const std::size_t before = unit().ear->commands().size();
+    Asked first(data(*record));
+    unit().ear->commandAfter(before);
+    Printed output;
+    EXPECT_EQ(unit().setData(*record), 1);
+    EXPECT_EQ(output.text(),
+              "VGpsReceiverServer: Hot start in progress, not processing set hot start data\n");
+    unit().respond("INIT_WARMSTART_ACK");
+    EXPECT_EQ(first.result(), 0);
+    EXPECT_EQ(answered(data(*record), {"INIT_WARMSTART_ACK"}), 0);
+    while (unit().hasSent(Channel::DtIn)) {
+    }
+}
+
+TEST_F(HotStart, AReceiverThatDoesNotReadHoldsUpTheClientAlone) {
+    mcsWriterPort::writeLimit = 500ms;
+    unit().resize(Channel::DtIn, 8192);
+    const auto record = recordOf(3, 300);
+    for (auto& message : record->messages) {
+        message.length = 2000;
+    }
+    const std::size_t before = unit().ear->commands().size();
+    Asked client(data(*record));
+    unit().ear->commandAfter(before);
+    const auto start = std::chrono::steady_clock::now();
+    unit().respond("INIT_WARMSTART_ACK");
+    // While it waits, the topics' threads go their way, and so do the receiver's messages.
+    unit().respond("INIT_WARMSTART_PASS");
+    unit().send(Channel::TyrHc, bench::FrameBuilder(5040, 0x9000, 88).frame());
+    unit().send(Channel::TyrHc, bench::FrameBuilder(8504, 0x9000, 200).frame());
+    EXPECT_TRUE(eventually([] { return !fake::snapshot().status.empty(); }));
+    EXPECT_EQ(client.result(), 0);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, 3 * mcsWriterPort::writeLimit);
+    EXPECT_EQ(recordsTold(), 1U);
+    EXPECT_TRUE(unit().ear->hearsEvent("Filed to send on Data Transfer In Topic"));
+    expectPlayed(0, bytesOf(startFrame));
+    while (unit().hasSent(Channel::DtIn)) {  // raises where a record is torn
+    }
+    unit().resize(Channel::DtIn, 65536);
+}
+
+/** The frames that the receiver sends before the end of a transfer, and those kept of them. */
+TEST_F(HotStart, ATransferKeepsWhatBelongsIntoTheRecord) {
+    const std::size_t before = unit().ear->commands().size();
+    Asked library(tell);
+    ASSERT_EQ(unit().ear->commandAfter(before), "INIT_DATA_TRANSFER_OUT_LNAV");
+    unit().respond("INIT_DATA_TRANSFER_OUT_LNAV_ACK");
+    const auto send = [](const bench::Bytes& frame) { unit().send(Channel::DtOut, frame); };
+    Printed output;
+    send(frameOf(5120, 44));  // before the start
+    send(bytesOf(endFrame));
+    send(bytesOf(startFrame));
+    const std::pair<int, int> ids[] = {{5120, 0},  {5121, 1},  {5122, 2},  {5123, 3},  {5124, 4},
+                                       {5125, 5},  {5126, 6},  {5127, 7},  {5128, 8},  {5133, 9},
+                                       {5134, 10}, {5135, 11}, {5401, 12}, {5402, 13}, {8020, 14}};
+    std::size_t size = 4;
+    for (const auto& [number, id] : ids) {
+        send(frameOf(number, size += 2));
+        send(frameOf(5129, 44));
+        send(bytesOf(startFrame));
+        send(frameOf(number, 2033));
+    }
+    send(frameOf(8020, 2032));
+    send(bytesOf(endFrame));
+    library.result();
+    ASSERT_EQ(recordsTold(), 1U);
+    const auto told = std::make_unique<Record>(fake::snapshot().hotStartData[0]);
+    EXPECT_EQ(told->hotStartMode, 3U);
+    ASSERT_EQ(told->messageCount, 16U);
+    for (std::uint32_t i = 0; i < 15; ++i) {
+        const VgpscHotStartMessage& message = told->messages[i];
+        EXPECT_EQ(message.messageId, ids[i].second);
+        EXPECT_EQ(message.sequence, i + 1);
+        EXPECT_EQ(bytesOf({message.bytes, message.length}), frameOf(ids[i].first, 6 + 2 * i));
+    }
+    EXPECT_EQ(told->messages[15].length, 2032U);
+    EXPECT_THAT(
+        output.text(),
+        HasSubstr("VGpsReceiverServer: Refused 15 data transfer frames longer than 2032 bytes\n"));
+    EXPECT_EQ(std::ranges::count(output.text(), '\n'), 1);
+    send(frameOf(5120, 44));  // behind the end: nobody's
+}
+
+TEST_F(HotStart, AFullRecordTakesNoMoreYetEnds) {
+    const std::size_t before = unit().ear->commands().size();
+    Asked library(tell);
+    unit().ear->commandAfter(before);
+    unit().send(Channel::DtOut, bytesOf(startFrame));
+    for (int i = 0; i < 302; ++i) {
+        unit().send(Channel::DtOut, frameOf(5120, i < 300 ? 44 : 2040));
+    }
+    unit().send(Channel::DtOut, bytesOf(endFrame));
+    library.result();
+    ASSERT_EQ(recordsTold(), 1U);
+    EXPECT_EQ(fake::snapshot().hotStartData[0].messageCount, 300U);
+}
+
+TEST_F(HotStart, ATransferThatDoesNotComeTellsNothing) {
+    Server::transferStartLimit = 100ms;
+    EXPECT_EQ(answered(tell, {}), 0);
+    EXPECT_TRUE(unit().ear->hearsEvent("FAILED to receive the start of DT message"));
+    unit().ear->forgetEvents();
+    EXPECT_EQ(answered(tell, {"INIT_DATA_TRANSFER_OUT_LNAV_NACK"}), 0);
+    EXPECT_TRUE(unit().ear->hearsEvent("FAILED to receive the start of DT message"));
+
+    Server::transferStartLimit = patience;
+    Server::transferLimit = 100ms;
+    const std::size_t before = unit().ear->commands().size();
+    Asked library(tell);
+    unit().ear->commandAfter(before);
+    tell();  // one at a time: returns at once
+    unit().send(Channel::DtOut, bytesOf(startFrame));
+    library.result();
+    EXPECT_TRUE(unit().ear->hearsEvent("FAILED To Compile and Send Hotstart Data"));
+    EXPECT_EQ(recordsTold(), 0U);
+}
+
+TEST_F(HotStart, CallbacksWithoutTheirServerAreReported) {
+    Printed output;
+    EXPECT_EQ(Server::cbSetReceiverHotStartPortCallback(nullptr, nullptr, {}), 1);
+    EXPECT_EQ(Server::cbSetReceiverHotStartDataCallback(nullptr, nullptr, *recordOf(0)), 0);
+    Server::cbTellReceiverHotStartDataCallback(nullptr, nullptr);
+    EXPECT_EQ(std::ranges::count(output.text(), '\n'), 3);
+}
+
+TEST_F(HotStart, TheDefaultRecordIsMessage5127) {
+    freshUnit();
+    const auto told = std::make_unique<Record>(unit().defaultRecord);
+    EXPECT_EQ(told->hotStartMode, 3U);
+    EXPECT_EQ(told->messageCount, 1U);
+    const VgpscHotStartMessage& message = told->messages[0];
+    EXPECT_EQ(message.messageId, 7);
+    EXPECT_EQ(message.sequence, 1U);
+    bench::Bytes frame{0xFF, 0x81, 0x07, 0x14, 0x10, 0x00, 0x00, 0x80, 0xEA, 0xE9};
+    frame.resize(44);
+    EXPECT_EQ(bytesOf({message.bytes, message.length}), frame);
+}
+
+/** Requests of every kind while a sanitize begins: those under way end on the service that they
+ *  came from, later ones are refused. */
+TEST_F(HotStart, ASanitizeLetsEndWhatRunsAndRefusesTheRest) {
+    const auto record = recordOf(3);
+    std::size_t before = freshUnit().ear->commands().size();
+    unit().ear->forgetEvents();
+    Asked byPort(port("J3COM1"));
+    before += unit().ear->commandAfter(before).empty() ? 0 : 1;
+    Asked byData(data(*record));
+    before += unit().ear->commandAfter(before).empty() ? 0 : 1;
+    unit().command("START_ZEROIZE");
+    EXPECT_TRUE(eventually([] {
+        const auto calls = ConnectedServer::calls();
+        return std::ranges::find(calls, "DeleteService") != calls.end();
+    }));
+    unit().respond("INIT_WARMSTART_ACK");
+    unit().respond("INIT_HOTSTART_ACK");
+    EXPECT_EQ(byPort.result(), 0);
+    EXPECT_EQ(byData.result(), 0);
+    EXPECT_TRUE(unit().ear->hearsEvent("VgpssService started"));
+    EXPECT_TRUE(eventually([] { return fake::service() != nullptr && fake::service()->started; }));
+
+    ConnectedServer::forgetCalls();
+    Printed output;
+    const auto ask = [](auto request) { return ConnectedServer::ask(request); };
+    EXPECT_EQ(unit().setPort("J1COM1"), 1);
+    EXPECT_EQ(unit().setData(*recordOf(4)), 1);
+    EXPECT_EQ(ask([](VgpssService& at) { return at.setMagneticVariation(at.data, &at, 0, 1); }), 1);
+    EXPECT_EQ(ask([](VgpssService& at) { return at.setMissionDuration(at.data, &at, 1); }), 1);
+    EXPECT_EQ(ask([](VgpssService& at) { return at.setOperatingMode(at.data, &at, 1); }), 0);
+    EXPECT_EQ(ask([](VgpssService& at) { return at.saveVclid(at.data, &at, ""); }), 1);
+    tell();
+    for (const char* const what :
+         {"set hot start port", "set hot start data", "set magnetic variation",
+          "set mission duration", "SaveVCLID command"}) {
+        EXPECT_THAT(output.text(), HasSubstr(std::string("VGpsReceiverServer: Sanitize in "
+                                                         "progress, not processing ") +
+                                             what + "\n"));
+    }
+    EXPECT_THAT(ConnectedServer::calls(), Not(Contains(StartsWith("Tell"))));
+    EXPECT_FALSE(unit().hasSent(Channel::HcTyr));
+    EXPECT_EQ(unit().ear->commands().size(), before);
+    EXPECT_EQ(fake::snapshot().callsOnDeleted, 0);
+    s_unit.reset();
+}
+
+/** The process ends under requests that nobody answers, and under a write that nobody reads. */
+TEST_F(HotStart, TheEndWaitsForRequestsNoLongerThanTheyDo) {
+    freshUnit();
+    for (auto* const limit :
+         {&Server::hotStartAnswerLimit, &Server::warmStartAnswerLimit, &Server::transferLimit}) {
+        *limit = 700ms;
+    }
+    mcsWriterPort::writeLimit = 700ms;
+    unit().resize(Channel::HcTyr, 4096);
+    const auto record = recordOf(3, 300);
+    std::size_t before = unit().ear->commands().size();
+    Asked byPort(port("J3COM1"));
+    before += unit().ear->commandAfter(before).empty() ? 0 : 1;
+    Asked byData(data(*record));
+    before += unit().ear->commandAfter(before).empty() ? 0 : 1;
+    Asked telling(tell);
+    before += unit().ear->commandAfter(before).empty() ? 0 : 1;
+    unit().send(Channel::DtOut, bytesOf(startFrame));
+    std::atomic<int> written{0};
+    Asked writing([&] {
+        for (int i = 0; i < 30; ++i, ++written) {
+            unit().ask([](VgpssService& at) { return at.setMissionDuration(at.data, &at, 1); });
+        }
+        return 0;
+    });
+    EXPECT_TRUE(eventually([&] { return written > 10; }));
+    const auto start = std::chrono::steady_clock::now();
+    unit().end();
+    EXPECT_LT(std::chrono::steady_clock::now() - start, 10s);
+    EXPECT_EQ(byPort.result(), 1);
+    EXPECT_EQ(byData.result(), 1);
+    telling.result();
+    writing.result();
+    EXPECT_EQ(recordsTold(), 0U);
+    EXPECT_FALSE(unit().hasSent(Channel::DtIn));
+    EXPECT_EQ(fake::snapshot().callsOnDeleted, 0);
+    s_unit.reset();
+}
+
+TEST_F(HotStart, AStopEndsATransferToASlowReceiver) {
+    mcsWriterPort::writeLimit = patience;
+    freshUnit();
+    unit().resize(Channel::DtIn, 4096);
+    const auto record = recordOf(3, 300);
+    for (auto& message : record->messages) {
+        message.length = 2000;
+    }
+    const std::size_t before = unit().ear->commands().size();
+    Asked client(data(*record));
+    unit().ear->commandAfter(before);
+    unit().respond("INIT_WARMSTART_ACK");
+    expectPlayed(0, bytesOf(startFrame));
+    unit().transition(ConnectedServer::Requested::STOP);
+    std::vector<std::size_t> sizes;
+    while (const auto message = unit().take(Channel::DtIn)) {
+        sizes.push_back(message->data().size());
+        if (sizes.back() == endFrame.size()) {
+            break;
+        }
+    }
+    EXPECT_LT(sizes.size(), 10U) << "the rest is left out, the end is not";
+    EXPECT_EQ(client.result(), 1);
+    EXPECT_EQ(recordsTold(), 0U);
+    s_unit.reset();
+}
+
+}  // namespace

@@ -1,0 +1,240 @@
+#include <cmath>
+#include <limits>
+
+#include "VICTORY/ConnectedServer.h"
+
+namespace {
+
+using testing::Contains;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using Builder = bench::FrameBuilder;
+
+class Settings : public ConnectedTest {
+protected:
+    static int setVariation(int source, double degrees) {
+        return ConnectedServer::ask([&](VgpssService& at) {
+            return at.setMagneticVariation(at.data, &at, source, degrees);
+        });
+    }
+    static int setDuration(unsigned duration) {
+        return ConnectedServer::ask(
+            [&](VgpssService& at) { return at.setMissionDuration(at.data, &at, duration); });
+    }
+    static int setMode(int mode) {
+        return ConnectedServer::ask(
+            [&](VgpssService& at) { return at.setOperatingMode(at.data, &at, mode); });
+    }
+
+    /** The receiver reports a pair of messages with this variation [rad]; what that told. */
+    static std::vector<std::string> variationsTold(double time, double radians) {
+        ConnectedServer::forgetCalls();
+        unit().send(Channel::TyrHc, Builder(5040, 0x9000, 88).pdpDouble(0, time).frame());
+        unit().send(Channel::TyrHc,
+                    Builder(8504, 0x9000, 200).pdpDouble(0, time).pdpFloat(0x54, radians).frame());
+        EXPECT_TRUE(eventually([] { return !fake::snapshot().status.empty(); }));
+        return told("TellDeviceMagneticVariation");
+    }
+    /** The receiver reports a mission duration remaining and then a pair, which is waited for. */
+    static std::vector<std::string> durationsTold(double time, unsigned remaining) {
+        ConnectedServer::forgetCalls();
+        unit().send(Channel::TyrHc,
+                    Builder(5042, 0x9000, 100).pdpDouble(0, time).u16(0x74, remaining).frame());
+        sendPair(time);
+        return told("TellDeviceMissionDuration");
+    }
+    static void sendPair(double time) {
+        unit().send(Channel::TyrHc, Builder(5040, 0x9000, 88).pdpDouble(0, time).frame());
+        unit().send(Channel::TyrHc, Builder(8504, 0x9000, 200).pdpDouble(0, time).frame());
+        EXPECT_TRUE(eventually([] { return !fake::snapshot().status.empty(); }));
+    }
+    static std::vector<std::string> told(const std::string& what) {
+        std::vector<std::string> found;
+        for (const std::string& call : ConnectedServer::calls()) {
+            if (call.starts_with(what)) {
+                found.push_back(call);
+            }
+        }
+        return found;
+    }
+    /** The frame that the receiver gets. */
+    static bench::Bytes received() {
+        const auto message = unit().take(Channel::HcTyr);
+        return message ? bench::Bytes(message->data().begin(), message->data().end())
+                       : bench::Bytes();
+    }
+};
+
+TEST_F(Settings, AreOfferedInTestModeInTheirOrder) {
+    const auto& calls = unit().bringUpCalls;
+    const auto from = std::ranges::find(calls, "InitSetCommand");
+    ASSERT_NE(from, calls.end());
+    EXPECT_THAT(
+        std::vector<std::string>(from, calls.end()),
+        ElementsAre("InitSetCommand", "InitSetMagneticVariation", "InitSetMissionDuration",
+                    "InitSetOperatingMode", "InitSetHotStartData", "InitSetHotStartPort",
+                    "StartService", "TellDeviceDatumCode 206 0", "TellDeviceMissionDuration 0",
+                    "TellDeviceReceiverPorts 12", "TellDeviceReceiverHotStartData 3 1",
+                    "TellDeviceMaximumUserDefinedDatums 2"));
+}
+
+Builder setup() {
+    return {5330, 0x9000, 100};
+}
+Builder localSetup(double degrees) {
+    return setup()
+        .bits(8, 6, 1, 1)
+        .bits(0x17, 0, 4, 1)
+        .bits(0x18, 0, 1, 1)
+        .capsFloat(0x30, degrees);
+}
+
+TEST_F(Settings, MagneticVariationGoesToReceiverAndService) {
+    const struct {
+        int source;
+        double degrees;
+        int result;
+        const char* told;
+        Builder frame;
+        const char* printed;
+    } rows[] = {
+        // Before any report of the receiver its variation is 360.
+        {1, 77, 0, "1 360", setup().bits(8, 6, 1, 1),
+         "Received a setMagneticVariation call: variation=77 type=1\n: magvar = (calculated)\n"
+         " Replaced magvar variance with 360\n"},
+        {1, std::nan(""), 0, "1 360", setup().bits(8, 6, 1, 1), ": magvar = (calculated)\n"},
+        {0, 190, 0, "0 190", localSetup(-170),
+         "Received a setMagneticVariation call: variation=190 type=0\n: magvar = (local)\n"},
+        {0, -12.5, 0, "0 -12.5", localSetup(-12.5), ": magvar = (local)\n"},
+        {0, 0, 0, "0 0", localSetup(0), ": magvar = (local)\n"},
+        {2, 5, 1, "2 5", setup(), "VGpsReceiverServer: Invalid Magnetic Variation type code: 2\n"},
+        {-1, 5, 1, "-1 5", setup(),
+         "VGpsReceiverServer: Invalid Magnetic Variation type code: -1\n"},
+    };
+    freshUnit();
+    std::int64_t sequence = 0;
+    for (const auto& row : rows) {
+        SCOPED_TRACE(testing::Message() << row.source << ' ' << row.degrees);
+        ConnectedServer::forgetCalls();
+        Printed output;
+        EXPECT_EQ(setVariation(row.source, row.degrees), row.result);
+        EXPECT_THAT(output.text(), HasSubstr(row.printed));
+        EXPECT_THAT(ConnectedServer::calls(),
+                    ElementsAre(std::string("TellDeviceMagneticVariation ") + row.told));
+        const auto message = unit().take(Channel::HcTyr);
+        ASSERT_TRUE(message);
+        EXPECT_EQ(bench::Bytes(message->data().begin(), message->data().end()), row.frame.frame());
+        EXPECT_EQ(message->header().device_id(), 0x00002E00);
+        EXPECT_EQ(message->header().seq_num(), sequence++);
+    }
+}
+
+TEST_F(Settings, WhatCannotBeIsRefusedAndGoesNowhere) {
+    variationsTold(9, 0);  // for which a set of before may have been waiting
+    ConnectedServer::forgetCalls();
+    Printed output;
+    constexpr double infinity = std::numeric_limits<double>::infinity();
+    EXPECT_EQ(setVariation(0, std::nan("")), 1);
+    EXPECT_EQ(setVariation(0, -infinity), 1);
+    EXPECT_EQ(setVariation(2, infinity), 1);
+    EXPECT_EQ(setDuration(85), 1);
+    EXPECT_EQ(setDuration(0xFFFFFFFF), 1);
+    EXPECT_THAT(output.text(), HasSubstr("VGpsReceiverServer: Invalid Magnetic Variation: -inf\n"));
+    EXPECT_THAT(output.text(), HasSubstr("VGpsReceiverServer: Invalid Mission Duration: 85\n"));
+    EXPECT_THAT(output.text(), HasSubstr("Invalid Mission Duration: 4294967295\n"));
+    EXPECT_THAT(ConnectedServer::calls(), ElementsAre());
+    EXPECT_FALSE(unit().hasSent(Channel::HcTyr));
+    // Nothing of the receiver is passed over.
+    EXPECT_THAT(variationsTold(10, 0), ElementsAre("TellDeviceMagneticVariation 0 0"));
+}
+
+TEST_F(Settings, OneReportOfTheReceiverIsPassedOver) {
+    EXPECT_EQ(setVariation(0, 5), 0);
+    EXPECT_EQ(setVariation(0, 6), 0);
+    EXPECT_THAT(variationsTold(20, 0.5), ElementsAre());
+    EXPECT_EQ(setVariation(1, 0), 0) << "what was passed over counts all the same";
+    EXPECT_THAT(told("TellDevice").back(), HasSubstr("TellDeviceMagneticVariation 1 28.6479"));
+    EXPECT_THAT(variationsTold(21, 0), ElementsAre());
+    EXPECT_THAT(variationsTold(22, 0), ElementsAre("TellDeviceMagneticVariation 0 0"));
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_FALSE(received().empty());
+    }
+}
+
+TEST_F(Settings, MissionDurationGoesToReceiverAndService) {
+    freshUnit();
+    EXPECT_THAT(durationsTold(30, 7), ElementsAre()) << "the receiver has none yet";
+    for (const unsigned duration : {84U, 0U, 48U}) {
+        ConnectedServer::forgetCalls();
+        Printed output;
+        EXPECT_EQ(setDuration(duration), 0);
+        EXPECT_EQ(output.text().substr(0, output.text().find('\n')),
+                  "Received a setMissionDuration call: duration=" + std::to_string(duration));
+        EXPECT_THAT(output.text(), HasSubstr(": publishing message ID 5402 of 168 bytes, seq# "));
+        EXPECT_THAT(told("Tell"),
+                    ElementsAre("TellDeviceMissionDuration " + std::to_string(duration)));
+        EXPECT_EQ(received(),
+                  Builder(5402, 0x9000, 67).bits(0x0A, 3, 1, 1).u16(0x0C, duration).frame());
+    }
+    EXPECT_EQ(setDuration(85), 1);
+    EXPECT_THAT(durationsTold(31, 47), ElementsAre());
+    EXPECT_THAT(durationsTold(32, 46), ElementsAre("TellDeviceMissionDuration 46"));
+    EXPECT_EQ(setDuration(85), 1);
+    EXPECT_THAT(durationsTold(33, 45), ElementsAre("TellDeviceMissionDuration 45"));
+}
+
+TEST_F(Settings, TheOperatingModeStaysTheReceivers) {
+    Printed output;
+    for (const int mode : {0, 7, -1, 1 << 30}) {
+        EXPECT_EQ(setMode(mode), 0);
+    }
+    EXPECT_THAT(output.text(), HasSubstr(": Received a setOperatingMode call (does nothing): \n"));
+    EXPECT_THAT(ConnectedServer::calls(), ElementsAre());
+    EXPECT_FALSE(unit().hasSent(Channel::HcTyr));
+}
+
+TEST_F(Settings, AReceiverThatDoesNotReadCostsItsWriterATimeoutAndNobodyElse) {
+    const auto before = std::exchange(mcsWriterPort::writeLimit, 300ms);
+    unit().ear->forgetEvents();
+    unit().resize(Channel::HcTyr, 4096);
+    // The first write without room waits, the others don't.
+    std::thread client([&] {
+        const auto start = std::chrono::steady_clock::now();
+        for (int i = 0; i < 60; ++i) {
+            EXPECT_EQ(setDuration(48), 0);
+        }
+        EXPECT_GE(std::chrono::steady_clock::now() - start, mcsWriterPort::writeLimit);
+    });
+    variationsTold(40, 0);
+    client.join();
+    EXPECT_TRUE(unit().ear->hearsEvent("WriteBytes() GSSIP PUBLISH ERROR ("));
+    int whole = 0;
+    while (unit().hasSent(Channel::HcTyr)) {
+        ++whole;
+    }
+    EXPECT_GT(whole, 0);
+    EXPECT_LT(whole, 60);
+    EXPECT_EQ(setDuration(48), 0);
+    EXPECT_FALSE(received().empty());
+    mcsWriterPort::writeLimit = before;
+}
+
+TEST_F(Settings, CallbacksWithoutTheirServerAreRefused) {
+    Printed output;
+    EXPECT_EQ(VGpsReceiverServer::cbSetMagneticVariationCallback(nullptr, nullptr, 0, 0), 1);
+    EXPECT_EQ(VGpsReceiverServer::cbSetMissionDurationCallback(nullptr, nullptr, 0), 1);
+    EXPECT_EQ(VGpsReceiverServer::cbSetOperatingModeCallback(nullptr, nullptr, 0), 1);
+    EXPECT_EQ(std::ranges::count(output.text(), '\n'), 3);
+}
+
+TEST(SettingsUnconnected, AreToldThoughTheReceiverCannotBeReached) {
+    VGpsReceiverServer server;
+    fake::reset();
+    ASSERT_TRUE(server.InitializeVictory(nullptr));
+    fake::runCallback([&](VgpssService& service) {
+        EXPECT_EQ(server.setMissionDurationCallbackMethod(&service, 12), 0);
+    });
+    EXPECT_THAT(fake::snapshot().calls, Contains("TellDeviceMissionDuration 12"));
+}
+
+}  // namespace
