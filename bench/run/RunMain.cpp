@@ -73,8 +73,13 @@ int main(int argc, char* argv[]) {
     app.add_option("--set", options.settings,
                    "Change a parameter of the server, Debug=true for instance");
     app.add_flag("--console", options.console, "Show the server's own lines, too");
+    app.add_flag("--test-mode", options.testMode,
+                 "Start the server in test mode: keys typed here raise faults on the bus, h shows "
+                 "them; includes --console");
     app.add_flag("--keep", options.keep, "Leave the device root behind");
     CLI11_PARSE(app, argc, argv);
+    // A process that goes away while we write to it is one that ended, and told of as that.
+    std::signal(SIGPIPE, SIG_IGN);
     try {
         return topic.empty()    ? execute(options)
                : hearOn.empty() ? bench::showTopic(topic)
