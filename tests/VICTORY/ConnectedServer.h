@@ -20,47 +20,32 @@
 #include "bench/ReceiverPorts.h"
 #include "bench/SiblingProcess.h"
 #include "face/HC_Config.h"
+#include "ioss_mcsq/QueueSupport.h"
 
 using namespace std::chrono_literals;
 
 /** Whatever is slower than this on the slowest machine has hung. */
 inline constexpr auto patience = 20s;
 
-inline bool eventually(const std::function<bool()>& holds,
-                       std::chrono::milliseconds limit = patience) {
-    const auto deadline = bench::within(limit);
-    while (!holds()) {
-        if (std::chrono::steady_clock::now() > deadline) {
-            return false;
-        }
-        std::this_thread::sleep_for(1ms);
-    }
-    return true;
-}
-
-/** Takes what any thread prints through std::cout while it lives. */
-class Printed : private std::streambuf {
+/** Texts in the order of their arrival, for any thread. */
+class Texts {
 public:
-    Printed() : m_before(std::cout.rdbuf(this)) {}
-    ~Printed() override { std::cout.rdbuf(m_before); }
-    Printed(const Printed&) = delete;
-    Printed& operator=(const Printed&) = delete;
-
-    std::string text() {
+    void add(const std::string& text) {
         const utilities::MutexLock lock(m_mutex);
-        return m_text;
+        m_texts.push_back(text);
+    }
+    std::vector<std::string> all() {
+        const utilities::MutexLock lock(m_mutex);
+        return m_texts;
+    }
+    void clear() {
+        const utilities::MutexLock lock(m_mutex);
+        m_texts.clear();
     }
 
 private:
-    std::streamsize xsputn(const char* characters, std::streamsize count) override {
-        const utilities::MutexLock lock(m_mutex);
-        m_text.append(characters, static_cast<std::size_t>(count));
-        return count;
-    }
-
-    std::streambuf* m_before;
     utilities::Mutex m_mutex;
-    std::string m_text GUARDED_BY(m_mutex);
+    std::vector<std::string> m_texts GUARDED_BY(m_mutex);
 };
 
 /** Hears the server's commands and events, as a sibling of it would. */
@@ -72,16 +57,16 @@ public:
         m_tss->Set_Reference("", std::make_shared<FACE::HC_Config>(), 0, rc);
         m_tss->Initialize(connectionsFile.c_str(), rc);
         hear<aspn2_msgs::idl::CommandResponse>(m_commands, "Command", [this](const auto& message) {
-            keep(m_heardCommands, message.command_response());
+            m_heardCommands.add(message.command_response());
         });
         hear<aspn2_msgs::idl::EventLog>(m_events, "EventLog", [this](const auto& message) {
-            keep(m_heardEvents, message.eventlog());
+            m_heardEvents.add(message.eventlog());
         });
     }
     Ear(const Ear&) = delete;
     Ear& operator=(const Ear&) = delete;
 
-    std::vector<std::string> commands() { return copyOf(m_heardCommands); }
+    std::vector<std::string> commands() { return m_heardCommands.all(); }
     /** Waits for one more command than `before`; the newest, or empty when none comes. */
     std::string commandAfter(std::size_t before) {
         eventually([&] { return commands().size() > before; });
@@ -91,17 +76,14 @@ public:
     bool hearsEvent(const std::string& text, std::chrono::milliseconds limit = patience) {
         return eventually(
             [&] {
-                const auto events = copyOf(m_heardEvents);
+                const auto events = m_heardEvents.all();
                 return std::ranges::any_of(events, [&](const std::string& event) {
                     return event.find(text) != std::string::npos;
                 });
             },
             limit);
     }
-    void forgetEvents() {
-        const utilities::MutexLock lock(m_mutex);
-        m_heardEvents.clear();
-    }
+    void forgetEvents() { m_heardEvents.clear(); }
 
 private:
     template <typename T>
@@ -122,18 +104,8 @@ private:
             rc);
         EXPECT_EQ(rc, FACE::RETURN_CODE_TYPE::NO_ERROR) << topic;
     }
-    void keep(std::vector<std::string>& list, const std::string& text) EXCLUDES(m_mutex) {
-        const utilities::MutexLock lock(m_mutex);
-        list.push_back(text);
-    }
-    std::vector<std::string> copyOf(const std::vector<std::string>& list) EXCLUDES(m_mutex) {
-        const utilities::MutexLock lock(m_mutex);
-        return list;
-    }
-
-    utilities::Mutex m_mutex;
-    std::vector<std::string> m_heardCommands;  // both under the mutex
-    std::vector<std::string> m_heardEvents;
+    Texts m_heardCommands;
+    Texts m_heardEvents;
     Typed<aspn2_msgs::idl::CommandResponse> m_commands;
     Typed<aspn2_msgs::idl::EventLog> m_events;
     std::shared_ptr<FACE::TSS::HC_TSS> m_tss;  // goes first, and its threads with it
@@ -159,8 +131,8 @@ public:
         server->Configure(bench::DeviceRoot::serverArgument().c_str(), rc);
         server->Framework_Connect("", rc);
         EXPECT_EQ(rc, FACE::RETURN_CODE_TYPE::NO_ERROR);
-        // The queue of events is the process's own: while it is full of what tests before have said,
-        // this one is dropped.
+        // The queue of events is the process's own: while it is full of what tests before have
+        // said, this one is dropped.
         EXPECT_TRUE(eventually([this] {
             transition(Requested::STOP);
             transition(Requested::START);

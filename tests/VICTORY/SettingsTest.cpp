@@ -116,7 +116,7 @@ TEST_F(Settings, MagneticVariationGoesToReceiverAndService) {
     for (const auto& row : rows) {
         SCOPED_TRACE(testing::Message() << row.source << ' ' << row.degrees);
         ConnectedServer::forgetCalls();
-        Printed output;
+        Captured output(std::cout);
         EXPECT_EQ(setVariation(row.source, row.degrees), row.result);
         EXPECT_THAT(output.text(), HasSubstr(row.printed));
         EXPECT_THAT(ConnectedServer::calls(),
@@ -132,7 +132,7 @@ TEST_F(Settings, MagneticVariationGoesToReceiverAndService) {
 TEST_F(Settings, WhatCannotBeIsRefusedAndGoesNowhere) {
     variationsTold(9, 0);  // for which a set of before may have been waiting
     ConnectedServer::forgetCalls();
-    Printed output;
+    Captured output(std::cout);
     constexpr double infinity = std::numeric_limits<double>::infinity();
     EXPECT_EQ(setVariation(0, std::nan("")), 1);
     EXPECT_EQ(setVariation(0, -infinity), 1);
@@ -166,7 +166,7 @@ TEST_F(Settings, MissionDurationGoesToReceiverAndService) {
     EXPECT_THAT(durationsTold(30, 7), ElementsAre()) << "the receiver has none yet";
     for (const unsigned duration : {84U, 0U, 48U}) {
         ConnectedServer::forgetCalls();
-        Printed output;
+        Captured output(std::cout);
         EXPECT_EQ(setDuration(duration), 0);
         EXPECT_EQ(output.text().substr(0, output.text().find('\n')),
                   "Received a setMissionDuration call: duration=" + std::to_string(duration));
@@ -184,7 +184,7 @@ TEST_F(Settings, MissionDurationGoesToReceiverAndService) {
 }
 
 TEST_F(Settings, TheOperatingModeStaysTheReceivers) {
-    Printed output;
+    Captured output(std::cout);
     for (const int mode : {0, 7, -1, 1 << 30}) {
         EXPECT_EQ(setMode(mode), 0);
     }
@@ -220,7 +220,7 @@ TEST_F(Settings, AReceiverThatDoesNotReadCostsItsWriterATimeoutAndNobodyElse) {
 }
 
 TEST_F(Settings, CallbacksWithoutTheirServerAreRefused) {
-    Printed output;
+    Captured output(std::cout);
     EXPECT_EQ(VGpsReceiverServer::cbSetMagneticVariationCallback(nullptr, nullptr, 0, 0), 1);
     EXPECT_EQ(VGpsReceiverServer::cbSetMissionDurationCallback(nullptr, nullptr, 0), 1);
     EXPECT_EQ(VGpsReceiverServer::cbSetOperatingModeCallback(nullptr, nullptr, 0), 1);

@@ -370,8 +370,10 @@ private:
     void takeWarmStartResponse(ASPN2::ResponseType::Value type);
     void takeDataTransferResponse(ASPN2::ResponseType::Value type);
     void takeHotStartResponse(ASPN2::ResponseType::Value type);
+    /** Runs `body` for a callback of a topic or queue: exceptions end in a report at `place`. */
     template <typename Body>
-    void guardTopic(const char* operation, const char* unknown, Body body);
+    void guardTopic(const char* operation, const char* unknown, Body body,
+                    utilities::SourcePlace place = utilities::SourcePlace::current());
 
     // Commands of the bus.
     int setCommands(const VgpsCommandData& commands);

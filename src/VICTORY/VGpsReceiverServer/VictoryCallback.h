@@ -25,13 +25,15 @@ int VGpsReceiverServer::guardCallback(void* data, int onNull, Body body) {
 }
 
 template <typename Body>
-void VGpsReceiverServer::guardTopic(const char* operation, const char* unknown, Body body) {
+void VGpsReceiverServer::guardTopic(const char* operation, const char* unknown, Body body,
+                                    utilities::SourcePlace place) {
     try {
         body();
     } catch (const std::exception& exception) {
         reportException(operation, " : ",
-                        m_serverName + ": An exception occurred. Details: " + exception.what());
+                        m_serverName + ": An exception occurred. Details: " + exception.what(),
+                        place);
     } catch (...) {
-        reportException(operation, " : ", m_serverName + unknown);
+        reportException(operation, " : ", m_serverName + unknown, place);
     }
 }
