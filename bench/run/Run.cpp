@@ -28,19 +28,6 @@ std::string words(const ServerProcess::Ending& ending) {
                          : concat("by signal ", ending.signal.value_or(0));
 }
 
-/** Counts the report, and each of its warnings. */
-void note(const nlohmann::json& line, std::map<std::string, std::size_t>& seen) {
-    if (!line.contains("report")) {
-        return;
-    }
-    ++seen[line["report"].get<std::string>()];
-    if (line["data"].contains("warnings")) {
-        for (const nlohmann::json& warning : line["data"]["warnings"]) {
-            ++seen["warning " + warning["messageId"].dump()];
-        }
-    }
-}
-
 }  // namespace
 
 Run::Run(const RunOptions& options) : m_options(options), m_source(sourceOf(options)) {
@@ -85,7 +72,7 @@ Receiver::Source Run::sourceOf(const RunOptions& options) {
 }
 
 void Run::edit() {
-    if (m_options.testMode) {
+    if (m_options.testMode || m_options.story == "settings") {
         m_root.setParameter(serverFile, "VGpsReceiverServer", "PARAM_2", "true");
     }
     for (const std::string& setting : m_options.settings) {
@@ -108,7 +95,7 @@ bool Run::execute(const std::function<bool()>& stopped) {
     if (m_options.story.empty()) {
         return serve(stopped);
     }
-    const bool seen = playZeroize(stopped);
+    const bool seen = playStory(stopped);
     m_receiver->stop();
     const bool ended = endServer();
     printLine(seen && ended ? "The story was seen to its end" : "THE STORY WAS NOT SEEN WHOLE");
@@ -169,12 +156,31 @@ void Run::showWaiting(Deadline deadline) {
     const auto any = [](const nlohmann::json&) { return true; };
     while (const auto line = m_bus->next(any, deadline)) {
         m_tally.take(*line);
-        note(*line, m_seen);
+        note(*line);
         printLine(victory::describe(*line).value_or("unknown line: " + line->dump()));
     }
     passKeys();
     showConsole();
     showTopics();
+}
+
+/** Counts the report and each of its warnings, and keeps what stories look at. */
+void Run::note(const nlohmann::json& line) {
+    if (!line.contains("report")) {
+        return;
+    }
+    const nlohmann::json& data = line["data"];
+    ++m_seen[line["report"].get<std::string>()];
+    if (line["report"] == "GPS_RECEIVER_DEVICE") {
+        m_device.update(data);
+    } else if (line["report"] == "GPS_RECEIVER_STATUS") {
+        m_status = data;
+    }
+    if (data.contains("warnings")) {
+        for (const nlohmann::json& warning : data["warnings"]) {
+            ++m_seen["warning " + warning["messageId"].dump()];
+        }
+    }
 }
 
 void Run::passKeys() {

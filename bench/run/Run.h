@@ -39,6 +39,9 @@ struct RunOptions {
  *  arrives on the bus and on the system's topics. Made, used and destroyed on the main thread. */
 class Run {
 public:
+    /** A line for each story: its name and what it tells. */
+    static std::map<std::string, std::string> stories();
+
     /** Raises std::runtime_error, or what is derived from it, in words for a person. */
     explicit Run(const RunOptions& options);
 
@@ -49,18 +52,28 @@ public:
 
 private:
     using Seen = std::function<bool()>;
+    /** A step of a story: what is to be seen, and whether it is now. */
+    using Step = std::pair<std::string, Seen>;
 
     static Receiver::Source sourceOf(const RunOptions& options);
     void edit();
     void connect();
     bool serve(const std::function<bool()>& stopped);
-    bool playZeroize(const std::function<bool()>& stopped);
-    bool step(const std::string& what, const Seen& seen, const std::function<bool()>& stopped);
-    bool zeroizeByClient(int result);
+    bool playStory(const std::function<bool()>& stopped);
+    bool step(const Step& step, const std::function<bool()>& stopped);
+    std::vector<Step> zeroizeStory();
+    std::vector<Step> hotStartStory();
+    std::vector<Step> settingsStory();
+    Seen heard(const std::string& sort, const std::string& text);
+    Seen asked(const std::string& what, const nlohmann::json& request, int result);
+    Seen deviceShows(const std::string& key, const nlohmann::json& value);
+    Seen variationReported(double degrees, unsigned source);
     bool serviceRestarts();
     bool reportsEnd();
+    bool reportsGoOn();
     void showWaiting(Deadline deadline);
     void showConsole();
+    void note(const nlohmann::json& line);
     void passKeys();
     void showTopics();
     void waitForTheRest();
@@ -80,6 +93,8 @@ private:
     std::optional<Receiver> m_receiver;
     RunTally m_tally;
     std::map<std::string, std::size_t> m_seen;  ///< bus reports so far, and warnings by "warning N"
+    nlohmann::json m_device;                    ///< what the bus tells of the device
+    nlohmann::json m_status;                    ///< of the receiver, the newest
     std::size_t m_linesShown = 0;
     std::size_t m_topicLinesShown = 0;
 };

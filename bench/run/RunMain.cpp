@@ -56,10 +56,13 @@ int main(int argc, char* argv[]) {
     app.add_option("--nmea", options.nmea,
                    "Replay this NMEA 0183 log, a cycle a second, in place of the scenario")
         ->check(CLI::ExistingFile);
-    app.add_option(
-           "--story", options.story,
-           "zeroize: a client zeroizes the receiver's keys, then the system zeroizes itself")
-        ->check(CLI::IsMember({"zeroize"}))
+    const auto stories = bench::Run::stories();
+    std::string told = "Play a story in place of a run without an end";
+    for (const auto& [name, meaning] : stories) {
+        told += "; " + name + ": " + meaning;
+    }
+    app.add_option("--story", options.story, told)
+        ->check(CLI::IsMember(stories))
         ->excludes("--nmea")
         ->excludes("--seconds")
         ->excludes("--speed");

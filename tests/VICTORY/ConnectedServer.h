@@ -27,6 +27,30 @@ using namespace std::chrono_literals;
 /** Whatever is slower than this on the slowest machine has hung. */
 inline constexpr auto patience = 20s;
 
+<<<<<<< HEAD
+=======
+/** Texts in the order of their arrival, for any thread. */
+class Texts {
+public:
+    void add(const std::string& text) {
+        const utilities::MutexLock lock(m_mutex);
+        m_texts.push_back(text);
+    }
+    std::vector<std::string> all() {
+        const utilities::MutexLock lock(m_mutex);
+        return m_texts;
+    }
+    void clear() {
+        const utilities::MutexLock lock(m_mutex);
+        m_texts.clear();
+    }
+
+private:
+    utilities::Mutex m_mutex;
+    std::vector<std::string> m_texts GUARDED_BY(m_mutex);
+};
+
+>>>>>>> wb
 /** Hears the server's commands and events, as a sibling of it would. */
 class Ear {
 public:
@@ -36,16 +60,16 @@ public:
         m_tss->Set_Reference("", std::make_shared<FACE::HC_Config>(), 0, rc);
         m_tss->Initialize(connectionsFile.c_str(), rc);
         hear<aspn2_msgs::idl::CommandResponse>(m_commands, "Command", [this](const auto& message) {
-            keep(m_heardCommands, message.command_response());
+            m_heardCommands.add(message.command_response());
         });
         hear<aspn2_msgs::idl::EventLog>(m_events, "EventLog", [this](const auto& message) {
-            keep(m_heardEvents, message.eventlog());
+            m_heardEvents.add(message.eventlog());
         });
     }
     Ear(const Ear&) = delete;
     Ear& operator=(const Ear&) = delete;
 
-    std::vector<std::string> commands() { return copyOf(m_heardCommands); }
+    std::vector<std::string> commands() { return m_heardCommands.all(); }
     /** Waits for one more command than `before`; the newest, or empty when none comes. */
     std::string commandAfter(std::size_t before) {
         eventually([&] { return commands().size() > before; });
@@ -55,17 +79,14 @@ public:
     bool hearsEvent(const std::string& text, std::chrono::milliseconds limit = patience) {
         return eventually(
             [&] {
-                const auto events = copyOf(m_heardEvents);
+                const auto events = m_heardEvents.all();
                 return std::ranges::any_of(events, [&](const std::string& event) {
                     return event.find(text) != std::string::npos;
                 });
             },
             limit);
     }
-    void forgetEvents() {
-        const utilities::MutexLock lock(m_mutex);
-        m_heardEvents.clear();
-    }
+    void forgetEvents() { m_heardEvents.clear(); }
 
 private:
     template <typename T>
@@ -86,18 +107,8 @@ private:
             rc);
         EXPECT_EQ(rc, FACE::RETURN_CODE_TYPE::NO_ERROR) << topic;
     }
-    void keep(std::vector<std::string>& list, const std::string& text) EXCLUDES(m_mutex) {
-        const utilities::MutexLock lock(m_mutex);
-        list.push_back(text);
-    }
-    std::vector<std::string> copyOf(const std::vector<std::string>& list) EXCLUDES(m_mutex) {
-        const utilities::MutexLock lock(m_mutex);
-        return list;
-    }
-
-    utilities::Mutex m_mutex;
-    std::vector<std::string> m_heardCommands;  // both under the mutex
-    std::vector<std::string> m_heardEvents;
+    Texts m_heardCommands;
+    Texts m_heardEvents;
     Typed<aspn2_msgs::idl::CommandResponse> m_commands;
     Typed<aspn2_msgs::idl::EventLog> m_events;
     std::shared_ptr<FACE::TSS::HC_TSS> m_tss;  // goes first, and its threads with it

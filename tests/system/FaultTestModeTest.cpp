@@ -63,6 +63,8 @@ TEST_F(FaultTestMode, KeysOfATerminalWork) {
     EXPECT_EQ((*raised)[0]["category"], 22);
     server->type("1");
     EXPECT_EQ(nextFaults(), nlohmann::json::array());
+    // The bus is told first, the console after.
+    EXPECT_TRUE(server->waitForLine(" Removed GPS Receiver fault: ", bench::within(patience)));
     EXPECT_EQ(linesWith("Added acknowledged Emergency GPS Receiver Fault: "), 1);
     EXPECT_EQ(linesWith(" Removed GPS Receiver fault: "), 1);
 
