@@ -27,8 +27,6 @@ using namespace std::chrono_literals;
 /** Whatever is slower than this on the slowest machine has hung. */
 inline constexpr auto patience = 20s;
 
-<<<<<<< HEAD
-=======
 /** Texts in the order of their arrival, for any thread. */
 class Texts {
 public:
@@ -50,7 +48,6 @@ private:
     std::vector<std::string> m_texts GUARDED_BY(m_mutex);
 };
 
->>>>>>> wb
 /** Hears the server's commands and events, as a sibling of it would. */
 class Ear {
 public:
