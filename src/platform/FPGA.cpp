@@ -89,6 +89,10 @@ void FpgaFace::DoneFpga() {
     }
 }
 
+std::uint64_t FpgaFace::fpga_get_SystemCount() const {
+    return get(Register::SystemCount);
+}
+
 void FpgaFace::forgetBlocks() {
     for (std::vector<long long>& ofBlock : m_connections) {
         ofBlock.clear();
