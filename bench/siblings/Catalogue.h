@@ -6,15 +6,14 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <memory>
 #include <span>
 #include <string>
 #include <string_view>
 #include <type_traits>
+#include <utility>
 #include <variant>
 
 #include "aspn2_msgs/Message.h"
-#include "tss/HC_Topic_Helpers.h"
 
 namespace bench {
 

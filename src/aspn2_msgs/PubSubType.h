@@ -23,13 +23,13 @@ public:
     /** The encapsulation header in front of each message [bytes]. */
     static constexpr std::size_t encapsulationSize = Payload::representation_header_size;
 
-    /** Writes `data`, a T, to the payload's buffer of `max_size` bytes, and sets its length and
-     *  encapsulation. False when the buffer is too small. */
+    /** Writes `data`, a message of the type, to the payload's buffer of `max_size` bytes, and sets
+     * its length and encapsulation. False when the buffer is too small. */
     bool serialize(void* data, Payload* payload) override;
 
-    /** Reads the payload's `length` bytes into `data`, a T; bytes behind the message are left
-     * alone. False for whatever is no such message, and `data` may then hold some of its fields.
-     * Throws nothing: the bytes come from outside. */
+    /** Reads the payload's `length` bytes into `data`, a message of the type; bytes behind it are
+     *  left alone. False for whatever is no such message, and `data` may then hold some of its
+     *  fields. Throws nothing: the bytes come from outside. */
     bool deserialize(Payload* payload, void* data) override;
 
     /** The size of the payload that `data` will need. `data` and this object outlive the function

@@ -13,7 +13,6 @@ using utilities::concat;
 
 struct FpgaFace::SingleBlock {
     Block block;
-    const char* container;
     const char* name;
 };
 
@@ -48,11 +47,11 @@ void require(const std::string& failure, RETURN_CODE_TYPE::Value code, int line)
 }  // namespace
 
 const std::array<FpgaFace::SingleBlock, fpga::singleBlockCount> FpgaFace::BLOCKS{{
-    {Block::Processor, "Processor_Interface", "processor"},
-    {Block::Peripheral, "Peripheral_Interface", "peripheral"},
-    {Block::TimeStamp, "TimeStamp_Interface", "timestamp"},
-    {Block::PpsSlave, "PpsSlave_Interface", "PPS Slave"},
-    {Block::PtpClock, "PtpClock_Interface", "PTP Clock"},
+    {Block::Processor, "processor"},
+    {Block::Peripheral, "peripheral"},
+    {Block::TimeStamp, "timestamp"},
+    {Block::PpsSlave, "PPS Slave"},
+    {Block::PtpClock, "PTP Clock"},
 }};
 
 const std::array<FpgaFace::Count, 4> FpgaFace::COUNTS{{
@@ -90,6 +89,10 @@ void FpgaFace::DoneFpga() {
     }
 }
 
+std::uint64_t FpgaFace::fpga_get_SystemCount() const {
+    return get(Register::SystemCount);
+}
+
 void FpgaFace::forgetBlocks() {
     for (std::vector<long long>& ofBlock : m_connections) {
         ofBlock.clear();
@@ -101,7 +104,8 @@ void FpgaFace::forgetBlocks() {
 
 void FpgaFace::openBlocks() {
     for (const SingleBlock& single : BLOCKS) {
-        connections(single.block).push_back(open(single.container, single.name));
+        connections(single.block)
+            .push_back(open(std::string(fpga::containerOf(single.block)), single.name));
     }
 }
 
@@ -125,9 +129,10 @@ void FpgaFace::openEngines() {
     connections(Block::PulseGen).assign(engines, -1);
     m_pulsePeriods = std::vector<std::atomic<std::uint32_t>>(engines);
     for (std::uint32_t i = 0; i < engines; ++i) {
-        connections(Block::Ptfe)[i] = open(concat("Ptfe_Interface", i), concat("PTFE ", i));
+        connections(Block::Ptfe)[i] =
+            open(concat(fpga::containerOf(Block::Ptfe), i), concat("PTFE ", i));
         connections(Block::PulseGen)[i] =
-            open(concat("PulseGen_Interface", i), concat("PulseGen ", i));
+            open(concat(fpga::containerOf(Block::PulseGen), i), concat("PulseGen ", i));
     }
 }
 
@@ -182,7 +187,7 @@ RETURN_CODE_TYPE::Value FpgaFace::readRow(const fpga::Row& row, std::uint32_t in
         FACE::IOSS::Devmem::Register_Read payload{0, place.offset, row.width, 0};
         m_service->Read(place.connection, -1, payload, rc);
         if (rc == RETURN_CODE_TYPE::NO_ERROR) {
-            value = payload.value & (~std::uint64_t{0} >> (64 - row.validBits));
+            value = payload.value & fpga::maskOf(row);
         }
     }
     return rc;

@@ -1,4 +1,5 @@
-/** The named operations of FpgaFace, each by way of the register table. */
+/** The named operations of FpgaFace, each by way of the register table. The server itself needs
+ * none of them. */
 #include <chrono>
 #include <thread>
 
@@ -48,10 +49,6 @@ std::string timeText(std::uint32_t time) {
 }
 
 }  // namespace
-
-std::uint64_t FpgaFace::fpga_get_SystemCount() const {
-    return get(Register::SystemCount);
-}
 
 std::uint64_t FpgaFace::getUARTDataTimestampRaw(std::uint32_t uart) const {
     return get(Register::UartDataTime, uart);

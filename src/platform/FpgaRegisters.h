@@ -21,6 +21,16 @@ enum class Block : std::size_t {
 inline constexpr std::size_t blockCount = 7;
 inline constexpr std::size_t singleBlockCount = 5;
 
+/** The blocks' containers in the I/O devices file, those of the engines with their number behind.
+ */
+inline constexpr std::array<std::string_view, blockCount> containers{
+    "Processor_Interface", "Peripheral_Interface", "TimeStamp_Interface", "PpsSlave_Interface",
+    "PtpClock_Interface",  "Ptfe_Interface",       "PulseGen_Interface"};
+
+constexpr std::string_view containerOf(Block block) {
+    return containers[static_cast<std::size_t>(block)];
+}
+
 /** What there are as many registers of a kind as. */
 enum class Bound : std::size_t { One, Uarts, Ptfes, Pulses, Peripherals, PpsSlave, PtpClock };
 inline constexpr std::size_t boundCount = 7;
@@ -132,6 +142,11 @@ inline constexpr std::array registers{
     Row{Register::PulseExternalPhase, "pulse_external_phase", Block::PulseGen, 8, 32, Bound::Ptfes,
         0, Access::ReadWrite},
 };
+
+/** The bits of the register that count. */
+constexpr std::uint64_t maskOf(const Row& row) {
+    return ~std::uint64_t{0} >> (64 - row.validBits);
+}
 
 constexpr const Row& rowOf(Register id) {
     return registers[static_cast<std::size_t>(id)];

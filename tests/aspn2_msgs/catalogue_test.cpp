@@ -2,10 +2,12 @@
 #include <gtest/gtest.h>
 
 #include <charconv>
+#include <cstring>
 #include <fstream>
 #include <map>
 #include <new>
 #include <sstream>
+#include <utility>
 
 #include "aspn2_msgs/Allocations.h"
 #include "aspn2_msgs/ChannelStatusPubSubTypes.h"
@@ -19,6 +21,7 @@
 #include "aspn2_msgs/meas_type_setPubSubTypes.h"
 #include "aspn2_msgs/sv_setPubSubTypes.h"
 #include "bench/siblings/Catalogue.h"
+#include "tss/HC_Topic_Helpers.h"
 
 namespace {
 
