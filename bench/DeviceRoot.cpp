@@ -189,6 +189,18 @@ void DeviceRoot::removeParameter(const std::string& file, const std::string& con
     save(document, configFile(file));
 }
 
+void DeviceRoot::addContainer(const std::string& file, const std::string& container) {
+    tinyxml2::XMLDocument document;
+    load(document, configFile(file));
+    if (document.RootElement() == nullptr || findContainer(document, container) != nullptr) {
+        return;
+    }
+    tinyxml2::XMLElement* added = document.RootElement()->InsertNewChildElement("Container");
+    added->InsertNewChildElement("Name")->SetText(container.c_str());
+    added->InsertNewChildElement("Parameters");
+    save(document, configFile(file));
+}
+
 void DeviceRoot::removeContainer(const std::string& file, const std::string& container) {
     tinyxml2::XMLDocument document;
     load(document, configFile(file));

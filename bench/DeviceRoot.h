@@ -58,6 +58,8 @@ public:
                       const std::string& name, const std::string& value);
     void removeParameter(const std::string& file, const std::string& container,
                          const std::string& name);
+    /** Adds one without parameters, unless there is one of that name. */
+    void addContainer(const std::string& file, const std::string& container);
     void removeContainer(const std::string& file, const std::string& container);
 
     /** Sets "updatePeriod" [ms] of a data item of the VCL. 0 publishes whatever is told. */

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <stdexcept>
+#include <utility>
 
 #include "bench/Frames.h"
 
@@ -37,13 +38,24 @@ Receiver::Tally Receiver::tally() const {
     return m_tally;
 }
 
+std::vector<Bytes> Receiver::lastTransfer() const {
+    utilities::MutexLock lock(m_mutex);
+    return m_lastTransfer;
+}
+
+void Receiver::transferOut(std::vector<Bytes> messages) {
+    utilities::MutexLock lock(m_mutex);
+    m_transferOut = std::move(messages);
+}
+
 void Receiver::run(const Source& source, std::chrono::nanoseconds period) {
     const Deadline start = steady_clock::now();
     for (std::size_t cycle = 0; listenUntil(start + cycle * period); ++cycle) {
-        const std::optional<ReceiverState> state = source(cycle);
+        std::optional<ReceiverState> state = source(cycle);
         if (!state) {
             break;
         }
+        m_settings.apply(*state);
         sendCycle(*state);
     }
     utilities::MutexLock lock(m_mutex);
@@ -71,6 +83,7 @@ void Receiver::sendCycle(const ReceiverState& state) {
 /** False when the receiver is to stop. */
 bool Receiver::listenUntil(Deadline next) {
     do {
+        playTransfer();
         takeCommands(ReceiverPorts::Channel::DtIn, steady_clock::now());
         takeCommands(ReceiverPorts::Channel::HcTyr,
                      std::min(next, steady_clock::now() + stopCheck));
@@ -88,7 +101,11 @@ void Receiver::takeCommands(ReceiverPorts::Channel channel, Deadline deadline) {
     while (more) {
         bool readable = true;
         try {
-            more = m_ports.receive(channel, deadline).has_value();
+            const auto message = m_ports.receive(channel, deadline);
+            more = message.has_value();
+            if (message) {
+                take(channel, message->data());
+            }
         } catch (const std::runtime_error&) {
             readable = false;
         }
@@ -96,6 +113,40 @@ void Receiver::takeCommands(ReceiverPorts::Channel channel, Deadline deadline) {
         m_tally.commands += readable && more ? 1 : 0;
         m_tally.unreadable += readable ? 0 : 1;
     }
+}
+
+void Receiver::take(ReceiverPorts::Channel channel, const Bytes& frame) {
+    if (channel == ReceiverPorts::Channel::DtIn) {
+        if (auto messages = m_transferIn.take(frame)) {
+            utilities::MutexLock lock(m_mutex);
+            m_lastTransfer = *std::move(messages);
+            ++m_tally.transfers;
+        }
+        return;
+    }
+    const auto message = FrameReader::read(frame);
+    if (message && m_settings.obey(*message)) {
+        utilities::MutexLock lock(m_mutex);
+        ++m_tally.settings;
+    }
+}
+
+void Receiver::playTransfer() {
+    utilities::MutexLock lock(m_mutex);
+    auto messages = std::exchange(m_transferOut, std::nullopt);
+    lock.unlock();
+    if (!messages) {
+        return;
+    }
+    messages->insert(messages->begin(), Bytes(startOfTransfer.begin(), startOfTransfer.end()));
+    messages->emplace_back(endOfTransfer.begin(), endOfTransfer.end());
+    std::size_t lost = 0;
+    for (const Bytes& frame : *messages) {
+        lost += m_ports.send(ReceiverPorts::Channel::DtOut, frame, within(queuePatience)) ? 0 : 1;
+    }
+    lock.lock();
+    m_tally.framesLost += lost;
+    ++m_tally.transfersOut;
 }
 
 }  // namespace bench

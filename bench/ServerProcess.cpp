@@ -27,6 +27,20 @@ Pipe makePipe() {
     return {Descriptor(ends[0]), Descriptor(ends[1])};
 }
 
+/** A pseudo-terminal, which is nobody's controlling terminal: we write what an operator types. */
+Pipe makeTerminal() {
+    Descriptor ours(
+        checked(::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC), "Can't make a terminal"));
+    checked(::grantpt(ours.get()), "Can't make a terminal");
+    checked(::unlockpt(ours.get()), "Can't make a terminal");
+    char name[64];
+    checked(-static_cast<int>(::ptsname_r(ours.get(), name, sizeof name) != 0),
+            "Can't name a terminal");
+    Descriptor theirs(
+        checked(::open(name, O_RDWR | O_NOCTTY | O_CLOEXEC), "Can't open a terminal"));
+    return {std::move(theirs), std::move(ours)};
+}
+
 std::vector<std::string> mergedEnvironment(const std::map<std::string, std::string>& added) {
     std::vector<std::string> all;
     for (char** entry = environ; *entry != nullptr; ++entry) {
@@ -115,7 +129,8 @@ ServerProcess::~ServerProcess() {
 }
 
 void ServerProcess::start(const Command& command) {
-    Pipe input = makePipe();
+    Pipe input = command.terminal ? makeTerminal() : makePipe();
+    checked(::fcntl(input.writing.get(), F_SETFL, O_NONBLOCK), "Can't set up an input");
     Pipe output = makePipe();
     Pipe error = makePipe();
     Pipe failure = makePipe();
@@ -151,8 +166,12 @@ void ServerProcess::signal(int number) const {
     ::syscall(SYS_pidfd_send_signal, m_process.get(), number, nullptr, 0);
 }
 
-void ServerProcess::type(std::string_view text) const {
-    checked(static_cast<int>(::write(m_input.get(), text.data(), text.size())), "Can't type");
+std::size_t ServerProcess::type(std::string_view text) const {
+    const auto count = ::write(m_input.get(), text.data(), text.size());
+    if (count == -1 && errno != EAGAIN && errno != EINTR && errno != EPIPE && errno != EIO) {
+        checked(-1, "Can't type");
+    }
+    return static_cast<std::size_t>(std::max<ssize_t>(count, 0));
 }
 
 std::optional<ServerProcess::Ending> ServerProcess::wait(Deadline deadline) {

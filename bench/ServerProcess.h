@@ -30,6 +30,7 @@ public:
         std::filesystem::path program;
         std::vector<std::string> arguments;
         std::map<std::string, std::string> environment;  ///< added to the environment of ours
+        bool terminal = false;  ///< its standard input is a terminal of its own, else a pipe
     };
     struct Line {
         bool isError;  ///< from standard error
@@ -51,8 +52,11 @@ public:
     int pid() const { return m_pid; }
     /** Sends a signal; nothing happens when the process has ended. */
     void signal(int number) const;
-    /** Writes to the program's standard input. */
-    void type(std::string_view text) const;
+    /** Writes to the program's standard input as much as that has room for, and returns how much;
+     *  0 once the program has closed it. */
+    std::size_t type(std::string_view text) const;
+    /** The end of the program's standard input; a terminal hangs up. */
+    void closeInput() { m_input.close(); }
     /** Waits for the process's end; empty when it still runs at the deadline. When it has ended,
      *  all that it printed is in `lines`. */
     std::optional<Ending> wait(Deadline deadline);

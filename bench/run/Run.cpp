@@ -55,7 +55,12 @@ Run::Run(const RunOptions& options) : m_options(options), m_source(sourceOf(opti
     m_siblings->answer("pass");
     m_server.emplace(ServerProcess::Command{options.server,
                                             {DeviceRoot::serverArgument()},
-                                            {{"HALCYRINE_ROOT", m_root.path().string()}}});
+                                            {{"HALCYRINE_ROOT", m_root.path().string()}},
+                                            options.testMode});
+    if (options.testMode) {
+        m_keyboard.emplace();
+        printLine("Test mode: keys go to the server, h shows them");
+    }
 }
 
 Receiver::Source Run::sourceOf(const RunOptions& options) {
@@ -80,6 +85,9 @@ Receiver::Source Run::sourceOf(const RunOptions& options) {
 }
 
 void Run::edit() {
+    if (m_options.testMode) {
+        m_root.setParameter(serverFile, "VGpsReceiverServer", "PARAM_2", "true");
+    }
     for (const std::string& setting : m_options.settings) {
         const std::size_t sign = setting.find('=');
         if (sign == std::string::npos || sign == 0) {
@@ -130,9 +138,12 @@ bool Run::serve(const std::function<bool()>& stopped) {
     for (const std::string& line : m_tally.summary(sent)) {
         printLine(line);
     }
+    const bool silenced = m_server->waitForLine("Tell disabled for", within(0ms)).has_value();
     const bool complete = m_tally.complete(sent);
-    printLine(complete ? "  nothing was lost" : "  SOMETHING WAS LOST");
-    return complete && ended;
+    printLine(complete   ? "  nothing was lost"
+              : silenced ? "  reports were silenced by a key"
+                         : "  SOMETHING WAS LOST");
+    return (complete || silenced) && ended;
 }
 
 /** Waits for the bus, as long as the server lives. */
@@ -161,8 +172,19 @@ void Run::showWaiting(Deadline deadline) {
         note(*line, m_seen);
         printLine(victory::describe(*line).value_or("unknown line: " + line->dump()));
     }
+    passKeys();
     showConsole();
     showTopics();
+}
+
+void Run::passKeys() {
+    if (!m_keyboard) {
+        return;
+    }
+    if (m_keys.empty()) {
+        m_keys = m_keyboard->take();
+    }
+    m_keys.erase(0, m_server->type(m_keys));
 }
 
 void Run::showTopics() {
@@ -173,12 +195,14 @@ void Run::showTopics() {
 }
 
 void Run::showConsole() {
-    if (!m_options.console) {
+    if (!m_options.console && !m_options.testMode) {
         return;
     }
     const auto lines = m_server->lines();
     for (; m_linesShown < lines.size(); ++m_linesShown) {
-        printLine("  server| ", lines[m_linesShown].text);
+        const std::string& text = lines[m_linesShown].text;
+        // A backspace in front takes back the echo of a key, which nobody sees here.
+        printLine("  server| ", text.substr(text.starts_with('\b') ? 1 : 0));
     }
 }
 

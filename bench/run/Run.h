@@ -13,6 +13,7 @@
 #include "bench/BusClient.h"
 #include "bench/DeviceRoot.h"
 #include "bench/FpgaFile.h"
+#include "bench/Keyboard.h"
 #include "bench/Receiver.h"
 #include "bench/ReceiverPorts.h"
 #include "bench/RunTally.h"
@@ -30,6 +31,7 @@ struct RunOptions {
     double seconds = 0;                 ///< of ours, until the run ends; 0: until stopped
     bool keep = false;                  ///< the device root stays
     bool console = false;               ///< the server's own lines are shown
+    bool testMode = false;              ///< of the server, which gets the keys typed here
     std::vector<std::string> settings;  ///< NAME=VALUE, parameters of the server's container
 };
 
@@ -59,6 +61,7 @@ private:
     bool reportsEnd();
     void showWaiting(Deadline deadline);
     void showConsole();
+    void passKeys();
     void showTopics();
     void waitForTheRest();
     bool endServer();
@@ -70,6 +73,8 @@ private:
     std::optional<FpgaFile> m_fpga;
     std::optional<ReceiverPorts> m_ports;
     std::optional<SiblingProcess> m_siblings;
+    std::optional<Keyboard> m_keyboard;
+    std::string m_keys;  ///< typed, and not yet taken by the server
     std::optional<ServerProcess> m_server;
     std::optional<BusClient> m_bus;
     std::optional<Receiver> m_receiver;

@@ -6,6 +6,7 @@
 #include <filesystem>
 
 #include "bench/run/Run.h"
+#include "bench/run/RunTopic.h"
 #include "utilities/Console.h"
 
 namespace {
@@ -62,14 +63,27 @@ int main(int argc, char* argv[]) {
         ->excludes("--nmea")
         ->excludes("--seconds")
         ->excludes("--speed");
+    std::string topic;
+    std::string hearOn;
+    app.add_option("--topic", topic,
+                   "Show a sample of this message type as it comes to another process, and end; "
+                   "help: list the types");
+    app.add_option("--hear-on", hearOn)->group("");  // the other process of --topic
     app.add_option("--server", options.server, "The server's binary")->check(CLI::ExistingFile);
     app.add_option("--set", options.settings,
                    "Change a parameter of the server, Debug=true for instance");
     app.add_flag("--console", options.console, "Show the server's own lines, too");
+    app.add_flag("--test-mode", options.testMode,
+                 "Start the server in test mode: keys typed here raise faults on the bus, h shows "
+                 "them; includes --console");
     app.add_flag("--keep", options.keep, "Leave the device root behind");
     CLI11_PARSE(app, argc, argv);
+    // A process that goes away while we write to it is one that ended, and told of as that.
+    std::signal(SIGPIPE, SIG_IGN);
     try {
-        return execute(options);
+        return topic.empty()    ? execute(options)
+               : hearOn.empty() ? bench::showTopic(topic)
+                                : bench::hearTopic(topic, hearOn);
     } catch (const std::exception& error) {
         utilities::printErrorLine("run: ", error.what());
         return EXIT_FAILURE;

@@ -33,12 +33,14 @@ std::size_t EventQueue::size() const {
 }
 
 bool EventQueue::push_back(int type, std::string text) {
+    if (m_waiting >= m_maxEvents) {
+        return false;
+    }
     const MutexLock lock(m_mutex);
     if (m_events.size() >= m_maxEvents) {
         return false;
     }
-    m_events.push_back({false, type, std::move(text), 0});
-    m_condition.notify_one();
+    enqueue({false, type, std::move(text), 0});
     return true;
 }
 
@@ -64,6 +66,7 @@ bool EventQueue::pop_front(int& type, std::string& text, const std::chrono::nano
     }
     EventItem item = std::move(m_events.front());
     m_events.pop_front();
+    m_waiting = m_events.size();
     type = item.type;
     if (item.isConfig) {
         text = item.text;
@@ -77,21 +80,27 @@ bool EventQueue::pop_front(int& type, std::string& text, const std::chrono::nano
 
 std::uint32_t EventQueue::appendConfig(std::string text) {
     const auto id = static_cast<std::uint32_t>(std::hash<std::string>{}(text));
-    m_events.push_back({true, m_configType, std::move(text), id});
-    m_condition.notify_one();
+    enqueue({true, m_configType, std::move(text), id});
     return id;
+}
+
+void EventQueue::enqueue(EventItem item) {
+    m_events.push_back(std::move(item));
+    m_waiting = m_events.size();
+    m_condition.notify_one();
 }
 
 void EventQueue::eraseConfig(std::uint32_t id) {
     eraseFirst(m_events, [id](const EventItem& item) { return item.isConfig && item.id == id; });
     eraseFirst(m_configs, [id](const ConfigItem& item) { return item.id == id; });
+    m_waiting = m_events.size();
 }
 
 void EventQueue::repeatConfigs() {
     const Clock::time_point now = Clock::now();
     while (!m_configs.empty() && m_configs.front().repeatAt <= now) {
         ConfigItem& due = m_configs.front();
-        m_events.push_back({true, m_configType, std::move(due.text), due.id});
+        enqueue({true, m_configType, std::move(due.text), due.id});
         m_configs.pop_front();
     }
 }

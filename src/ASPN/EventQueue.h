@@ -1,6 +1,7 @@
 /** The buffer between those who report events and the thread that publishes them. */
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <deque>
@@ -55,6 +56,7 @@ public:
         EXCLUDES(m_mutex);
 
 private:
+    void enqueue(EventItem item) REQUIRES(m_mutex);
     std::uint32_t appendConfig(std::string text) REQUIRES(m_mutex);
     void eraseConfig(std::uint32_t id) REQUIRES(m_mutex);
     void repeatConfigs() REQUIRES(m_mutex);
@@ -66,6 +68,9 @@ private:
     mutable utilities::Mutex m_mutex;
     utilities::Condition m_condition;  ///< Signalled for each event that is queued.
     std::deque<EventItem> m_events GUARDED_BY(m_mutex);  ///< Waiting, oldest first.
+    /** Size of `m_events`, changed with it. Read without the lock, so that a storm of events that
+     *  find the queue full costs its threads no meeting. */
+    std::atomic<std::size_t> m_waiting{0};
     /** Delivered and due again, ordered by `repeatAt`, since each enters with the same period. */
     std::deque<ConfigItem> m_configs GUARDED_BY(m_mutex);
 };

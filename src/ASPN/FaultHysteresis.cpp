@@ -1,5 +1,7 @@
 #include "ASPN/FaultHysteresis.h"
 
+#include <algorithm>
+#include <cstddef>
 #include <utility>
 
 #include "utilities/Console.h"
@@ -18,6 +20,8 @@ bool FaultHysteresis::OkInitFaultHysteresis(int maxAgeSeconds, int threshold, in
     m_threshold = threshold;
     m_historySize = historySize;
     m_history.clear();
+    m_oldest = 0;
+    m_count = 0;
     return true;
 }
 
@@ -28,7 +32,7 @@ std::string FaultHysteresis::Check(EventTypes::eEventType& type, const std::stri
     }
     const std::string place = std::to_string(line);
     if (type == EventTypes::EVENT_WARNING) {
-        type = record(type, file + place);
+        type = record(type, file, place);
     }
     const std::string_view base = utilities::baseName(file);
     std::string stamped;
@@ -39,25 +43,39 @@ std::string FaultHysteresis::Check(EventTypes::eEventType& type, const std::stri
 std::deque<std::string> FaultHysteresis::historyKeys() const {
     std::deque<std::string> keys;
     const utilities::MutexLock lock(m_mutex);
-    for (const fault_entry& entry : m_history) {
-        keys.push_back(entry.key);
+    for (std::size_t i = 0; i < m_count; ++i) {
+        keys.push_back(m_history[(m_oldest + i) % m_history.size()].key);
     }
     return keys;
 }
 
-/** `key` is moved into the history, and takes an evicted entry's text out of the lock with it. */
-EventTypes::eEventType FaultHysteresis::record(EventTypes::eEventType type, std::string key) {
-    std::string evicted;
-    const utilities::MutexLock lock(m_mutex);
+EventTypes::eEventType FaultHysteresis::record(EventTypes::eEventType type, const std::string& file,
+                                               const std::string& place) {
     const Clock::time_point now = m_now();
+    const utilities::MutexLock lock(m_mutex);
     service(now);
-    const std::int32_t size = m_historySize;
-    if (!m_history.empty() && m_history.size() >= static_cast<std::size_t>(size)) {
-        evicted = std::move(m_history.front().key);
-        m_history.pop_front();
-    }
-    const fault_entry& entry = m_history.emplace_back(fault_entry{std::move(key), now});
+    fault_entry& entry = newest();
+    entry.key.assign(file).append(place);
+    entry.when = now;
     return hysteresis(type, entry.key);
+}
+
+FaultHysteresis::fault_entry& FaultHysteresis::newest() {
+    const auto bound = static_cast<std::size_t>(m_historySize);
+    if (m_count == m_history.size() && m_count < bound) {
+        std::ranges::rotate(m_history, m_history.begin() + static_cast<std::ptrdiff_t>(m_oldest));
+        m_oldest = 0;
+        m_history.resize(std::min(bound, 2 * m_count + 1));
+    }
+    if (m_count == m_history.size()) {
+        dropOldest();
+    }
+    return m_history[(m_oldest + m_count++) % m_history.size()];
+}
+
+void FaultHysteresis::dropOldest() {
+    m_oldest = (m_oldest + 1) % m_history.size();
+    --m_count;
 }
 
 void FaultHysteresis::service(Clock::time_point now) {
@@ -65,8 +83,8 @@ void FaultHysteresis::service(Clock::time_point now) {
     if (limit.count() == 0) {
         return;
     }
-    while (!m_history.empty() && now - m_history.front().when >= limit) {
-        m_history.pop_front();
+    while (m_count != 0 && now - m_history[m_oldest].when >= limit) {
+        dropOldest();
     }
 }
 

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <deque>
 #include <string>
+#include <vector>
 
 #include "ASPN/EventTypes.h"
 #include "utilities/Mutex.h"
@@ -48,7 +49,11 @@ public:
     std::deque<std::string> historyKeys() const EXCLUDES(m_mutex);
 
 private:
-    EventTypes::eEventType record(EventTypes::eEventType type, std::string key) EXCLUDES(m_mutex);
+    EventTypes::eEventType record(EventTypes::eEventType type, const std::string& file,
+                                  const std::string& place) EXCLUDES(m_mutex);
+    /** A place behind all entries, the oldest one's when the history is full. */
+    fault_entry& newest() REQUIRES(m_mutex);
+    void dropOldest() REQUIRES(m_mutex);
     /** Drops the entries past the age limit. */
     void service(Clock::time_point now) REQUIRES(m_mutex);
     /** The type to publish with: that of the event, whatever the history holds. */
@@ -63,5 +68,9 @@ private:
     std::atomic<std::int32_t> m_historySize = 0;
 
     mutable utilities::Mutex m_mutex;
-    std::deque<fault_entry> m_history GUARDED_BY(m_mutex);  ///< Oldest first.
+    /** A ring that grows up to the bound. Entries that go leave their text's memory to those that
+     *  come: in a storm of warnings nothing is allocated in one thread and freed in another. */
+    std::vector<fault_entry> m_history GUARDED_BY(m_mutex);
+    std::size_t m_oldest GUARDED_BY(m_mutex) = 0;
+    std::size_t m_count GUARDED_BY(m_mutex) = 0;
 };

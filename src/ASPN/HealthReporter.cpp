@@ -1,11 +1,10 @@
 #include "ASPN/HealthReporter.h"
 
-#include <cstdio>
-#include <cstdlib>
 #include <stdexcept>
 
 #include "ASPN/AspnHelper.h"
 #include "ASPN/FaultHysteresis.h"
+#include "ASPN/Publishing.h"
 #include "face/FACE_Common.h"
 #include "platform/FPGA.h"
 #include "utilities/Console.h"
@@ -17,11 +16,6 @@ namespace {
 
 constexpr unsigned maxEvents = 10;
 constexpr int lastEventType = 5;
-
-/** Of warnings: how long they count [s], how many make a fault, how many are kept. */
-constexpr int warningAge = 180;
-constexpr int warningThreshold = 16;
-constexpr int warningHistory = 2000;
 
 }  // namespace
 
@@ -77,11 +71,7 @@ void HealthReporter::InitHealthReporter(const std::string& name,
     m_connectionId = connection;
     m_stop = false;
     m_thread = std::thread([this] { pubThreadFunction(); });
-    if (!FaultHysteresis::Instance().OkInitFaultHysteresis(warningAge, warningThreshold,
-                                                           warningHistory)) {
-        std::perror("Unable to configure the Fault Hysteresis\n");
-        std::exit(-1);
-    }
+    ASPN2::startFaultHysteresis();
 }
 
 void HealthReporter::DoneHealthReporter() {
@@ -118,8 +108,7 @@ bool HealthReporter::publishNext() {
 }
 
 void HealthReporter::publishChange(int type, const std::string& text) {
-    RETURN_CODE_TYPE::Value rc = RETURN_CODE_TYPE::NO_ACTION;
-    try {
+    const bool published = ASPN2::publish(*m_eventLogTypedTS, m_connectionId, [&] {
         aspn2_msgs::idl::EventLog event;
         event.header().device_id(m_deviceId);
         ASPN2::setToVandToA_fromFpgaTicks(FpgaFace::Instance().fpga_get_SystemCount(),
@@ -127,14 +116,9 @@ void HealthReporter::publishChange(int type, const std::string& text) {
         event.header().seq_num(m_seqNum++);
         event.event_log_type(static_cast<aspn2_msgs::idl::event_log_type_enum>(type));
         event.eventlog(text);
-        long long transaction = 0;
-        m_eventLogTypedTS->Send_Message(m_connectionId, -1, transaction, event, rc);
-    } catch (const std::exception& exception) {
-        utilities::printErrorLine(exception.what());
-    } catch (...) {
-        // The line below says all that is known.
-    }
-    if (rc != RETURN_CODE_TYPE::NO_ERROR) {
+        return event;
+    });
+    if (!published) {
         printLine("!!!!!! ", m_name, " HealthReporter could not publish event type/info = ", type,
                   "/", text);
     }

@@ -33,7 +33,9 @@
  */
 #pragma once
 
+#include <array>
 #include <cstddef>
+#include <string_view>
 #include <type_traits>
 #include <utility>
 
@@ -49,6 +51,8 @@ using Got = std::conditional_t<std::is_scalar_v<T>, T, const T&>;
 
 // The first operand absorbs the comma in front of each reference.
 #define ASPN2_REFERENCE(name, ...) , m_##name
+
+#define ASPN2_NAME(name, ...) #name,
 
 #define ASPN2_MEMBER(name, ...) __VA_ARGS__ m_##name{};
 
@@ -88,7 +92,10 @@ using Got = std::conditional_t<std::is_scalar_v<T>, T, const T&>;
             return current_alignment;                                                              \
         }                                                                                          \
                                                                                                    \
-        /** The fields as a tuple of references, in wire order. */                                 \
+        /** The names of the fields, in wire order. */                                             \
+        static constexpr ::std::array cdrFieldNames =                                              \
+            ::std::to_array<::std::string_view>({ASPN2_FIELDS_##T(ASPN2_NAME)});                   \
+        /** The fields as a tuple of references, in the same order. */                             \
         auto cdrFields() { return ::aspn2_msgs::references(0 ASPN2_FIELDS_##T(ASPN2_REFERENCE)); } \
         auto cdrFields() const {                                                                   \
             return ::aspn2_msgs::references(0 ASPN2_FIELDS_##T(ASPN2_REFERENCE));                  \

@@ -11,9 +11,9 @@
 #include <system_error>
 #include <utility>
 
-#include "face/FileReplace.h"
 #include "utilities/Console.h"
 #include "utilities/DeviceRoot.h"
+#include "utilities/FileReplace.h"
 
 namespace FACE {
 
@@ -263,7 +263,7 @@ bool HC_Config::save() {
     const utilities::MutexLock lock(m_mutex);
     tinyxml2::XMLPrinter printer;
     m_document->Print(&printer);
-    return replaceFile(utilities::resolvePath(m_file), printer.CStr());
+    return utilities::replaceFile(utilities::resolvePath(m_file), printer.CStr());
 }
 
 void HC_Config::Seek(int handle, WHENCE_TYPE::Value whence, int offset,

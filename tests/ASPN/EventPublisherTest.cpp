@@ -1,13 +1,12 @@
 #include <gmock/gmock.h>
 
-#include <iostream>
 #include <memory>
-#include <sstream>
 #include <stdexcept>
 #include <vector>
 
 #include "ASPN/HealthReporter.h"
-#include "utilities/Mutex.h"
+#include "support/Captured.h"
+#include "support/KeptRecords.h"
 
 namespace {
 
@@ -15,37 +14,7 @@ using aspn2_msgs::idl::EventLog;
 using FACE::RETURN_CODE_TYPE;
 using namespace std::chrono_literals;
 
-/** A transport that keeps what it is given. */
-class KeptEvents : public HealthReporter::EventLogTS {
-public:
-    void Receive_Message(long long, long long, long long&, EventLog&, FACE::TSS::HEADER_TYPE&,
-                         FACE::Sequence<FACE::TSS::QoS_Element>&,
-                         RETURN_CODE_TYPE::Value&) override {}
-    void Register_Callback(long long, FACE::TSS::Read_Callback<EventLog>,
-                           RETURN_CODE_TYPE::Value&) override {}
-    void Register_Sender(long long, RETURN_CODE_TYPE::Value& rc) override { rc = senderCode; }
-    void Send_Message(long long, long long, long long&, const EventLog& event,
-                      RETURN_CODE_TYPE::Value& rc) override {
-        const utilities::MutexLock lock(m_mutex);
-        m_events.push_back(event);
-        m_changed.notify_all();
-        rc = sendCode;
-    }
-    std::vector<EventLog> waitFor(std::size_t count) {
-        const auto deadline = std::chrono::steady_clock::now() + 20s;
-        const utilities::MutexLock lock(m_mutex);
-        while (m_events.size() < count && m_changed.wait_until(m_mutex, deadline)) {
-        }
-        return m_events;
-    }
-    RETURN_CODE_TYPE::Value senderCode = RETURN_CODE_TYPE::NO_ERROR;
-    RETURN_CODE_TYPE::Value sendCode = RETURN_CODE_TYPE::NO_ERROR;
-
-private:
-    utilities::Mutex m_mutex;
-    utilities::Condition m_changed;
-    std::vector<EventLog> m_events GUARDED_BY(m_mutex);
-};
+using KeptEvents = KeptRecords<EventLog>;
 
 /** One test, since the reporter is the process's own: its whole life from start to end. */
 TEST(EventPublisher, PublishesInOrderAndEndsWithAnEmptyQueue) {
@@ -77,13 +46,11 @@ TEST(EventPublisher, PublishesInOrderAndEndsWithAnEmptyQueue) {
     }
     EXPECT_EQ(events[4].eventlog(), "version") << "repeated for those who join late";
 
-    std::ostringstream text;
-    auto* const previous = std::cout.rdbuf(text.rdbuf());
+    const Captured output;
     transport->sendCode = RETURN_CODE_TYPE::DATA_OVERFLOW;
     reporter.SendEvent("/a/b/x", 42, HealthReporter::EVENT_WARNING, "lost");
     reporter.DoneHealthReporter();
-    std::cout.rdbuf(previous);
-    EXPECT_THAT(text.str(),
+    EXPECT_THAT(output.text(),
                 testing::HasSubstr("!!!!!! Server HealthReporter could not publish event type/info "
                                    "= 3/x[42]:lost\n"));
     EXPECT_EQ(transport.use_count(), 1) << "the transport is let go";

@@ -67,14 +67,14 @@ TEST_F(BusCommand, AZeroizeThatCannotGoOutFails) {
 }
 
 TEST_F(BusCommand, NullServerIsReportedAndDone) {
-    const CapturedOutput output;
+    const Captured output;
     EXPECT_EQ(VGpsReceiverServer::cbSetCommandCallback(nullptr, nullptr, {}), 0);
     EXPECT_THAT(output.text(), testing::HasSubstr("instance pointer was not found"));
 }
 
 TEST_F(BusCommand, TheEndOfAZeroizeHasItsOwnCodes) {
     using Command = ClearDataCommand;
-    const CapturedOutput output;
+    const Captured output;
     EXPECT_TRUE(server.sendVDBCompleteWarning(Command::ClearDataCvZeroize, true, "passed"));
     EXPECT_TRUE(server.sendVDBCompleteWarning(Command::ClearDataCvZeroize, false, "failed"));
     EXPECT_FALSE(server.sendVDBCompleteWarning(Command::ClearDataZeroize, true, "no"));
@@ -88,7 +88,7 @@ TEST_F(BusCommand, TheEndOfAZeroizeHasItsOwnCodes) {
 }
 
 TEST_F(BusCommand, ReportsAreNotSlowedBelowASecondNorWithoutAVcl) {
-    const CapturedOutput output;
+    const Captured output;
     EXPECT_FALSE(server.updateVDMdataRate(999));
     EXPECT_THAT(output.text(), testing::EndsWith("updateVDMdataRate : Updating VDM rate to 999 "
                                                  "milliseconds.\n"));

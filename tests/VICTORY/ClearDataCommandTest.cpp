@@ -190,7 +190,7 @@ TEST_F(ClearData, NothingStartsWithoutAKnownTypeOrASentCommand) {
 }
 
 TEST_F(ClearData, RepliesOutOfTurnAreIgnoredAloud) {
-    const CapturedOutput output;
+    const Captured output;
     EXPECT_FALSE(reply("none_ACK"));
     EXPECT_THAT(output.text(), testing::HasSubstr("Server: Ignoring none_ACK during state, Idle"));
     machine.setCommandResponseMessageCallback([this](const std::string& text) {
@@ -207,7 +207,7 @@ TEST_F(ClearData, AThrowingOwnerLeavesTheOperationAsItStood) {
     requestAndAcknowledge();
     machine.setSendVDBCompleteWarningCallback(
         [](Type, bool, const std::string&) -> bool { throw std::runtime_error("no"); });
-    const CapturedOutput output;
+    const Captured output;
     EXPECT_FALSE(reply("TYRN_CV_ZEROIZE_PASS"));
     EXPECT_THAT(output.text(), testing::HasSubstr("Server: An exception occurred. Details: no"));
     machine.setSendVDBCompleteWarningCallback([](Type, bool, const std::string&) { return true; });

@@ -239,7 +239,7 @@ unsigned vgpssAddFault(VgpssService* service, const char* text, int acknowledged
                        VhlthcSeverity severity, VhlthcCategory category, VhlthcAction action) {
     const utilities::MutexLock lock(g_mutex);
     note(service, "AddFault ", text, ' ', acknowledged, ' ', severity, ' ', category, ' ', action);
-    return 7;
+    return g_victory.nextFault == 0 ? 0 : g_victory.nextFault++;
 }
 void vgpssRemoveFault(VgpssService* service, unsigned faultId) {
     const utilities::MutexLock lock(g_mutex);

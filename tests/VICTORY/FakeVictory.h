@@ -38,6 +38,7 @@ struct Victory {
     bool newServiceFails = false;
     bool readFails = false;
     bool writeFails = false;
+    unsigned nextFault = 7;  ///< the id of the next fault; 0: it can't be raised
 
     // What it saw, in order: "InitPubGroup 3 1", "TellDeviceMissionDuration 7" and so on.
     std::vector<std::string> calls;

@@ -4,28 +4,13 @@
 #include <gtest/gtest.h>
 
 #include <initializer_list>
-#include <iostream>
-#include <sstream>
 #include <string>
 
 #include "VICTORY/FakeVictory.h"
 #include "VICTORY/VGpsReceiverServer/VGpsReceiverServer.h"
 #include "aspn2_msgs/GSSIP.h"
 #include "bench/FrameBuilder.h"
-
-/** Catches what is printed through std::cout while it lives. */
-class CapturedOutput {
-public:
-    CapturedOutput() : m_previous(std::cout.rdbuf(m_text.rdbuf())) {}
-    ~CapturedOutput() { std::cout.rdbuf(m_previous); }
-    CapturedOutput(const CapturedOutput&) = delete;
-    CapturedOutput& operator=(const CapturedOutput&) = delete;
-    std::string text() const { return m_text.str(); }
-
-private:
-    std::ostringstream m_text;
-    std::streambuf* m_previous;
-};
+#include "support/Captured.h"
 
 /** The size of each message [data words]. */
 inline std::uint16_t wordsOf(int id) {

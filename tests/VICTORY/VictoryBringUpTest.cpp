@@ -41,7 +41,7 @@ TEST_F(VictoryBringUp, SecondBringUpLeavesTheRunningServiceAlone) {
 
 TEST_F(VictoryBringUp, UnreadableFileIsReportedAndMakesNoService) {
     fake::with([](fake::Victory& victory) { victory.readFails = true; });
-    const CapturedOutput output;
+    const Captured output;
     EXPECT_FALSE(server.InitializeVictory(nullptr));
     EXPECT_EQ(output.text(),
               "VGpsReceiverServer Error reading VICTORY GPS Receiver configuration file.\n");
@@ -50,7 +50,7 @@ TEST_F(VictoryBringUp, UnreadableFileIsReportedAndMakesNoService) {
 
 TEST_F(VictoryBringUp, ServiceThatCannotBeMadeIsNoReport) {
     fake::with([](fake::Victory& victory) { victory.newServiceFails = true; });
-    const CapturedOutput output;
+    const Captured output;
     EXPECT_FALSE(server.InitializeVictory(nullptr));
     EXPECT_EQ(output.text(), "");
     EXPECT_FALSE(server.ShutdownVictory());
@@ -118,7 +118,7 @@ TEST_F(VictoryBringUp, SavesTheVclOnRequest) {
 }
 
 TEST_F(VictoryBringUp, CallbackWithoutItsServerIsReported) {
-    const CapturedOutput output;
+    const Captured output;
     EXPECT_EQ(VGpsReceiverServer::cbSaveVclidCallback(nullptr, nullptr, ""), 0);
     VGpsReceiverServer::cbTellStatus2DataCallback(nullptr, nullptr);
     const std::string line =

@@ -14,6 +14,7 @@
 #include "bench/Frames.h"
 #include "bench/ReceiverPorts.h"
 #include "bench/Scenario.h"
+#include "support/Eventually.h"
 
 namespace bench {
 namespace {
@@ -21,17 +22,6 @@ namespace {
 namespace fs = std::filesystem;
 using namespace std::chrono_literals;
 using Channel = ReceiverPorts::Channel;
-
-bool eventually(const std::function<bool()>& holds, std::chrono::milliseconds time = 10s) {
-    const Deadline deadline = within(time);
-    while (!holds()) {
-        if (std::chrono::steady_clock::now() > deadline) {
-            return false;
-        }
-        std::this_thread::yield();
-    }
-    return true;
-}
 
 TEST(DeviceRoot, LaysTheUnitAndTakesItAway) {
     fs::path path;

@@ -7,7 +7,6 @@
 
 namespace {
 
-using face_test::Console;
 using face_test::RC;
 using Guard = void (*)(const char*, int, const char*, RC::Value);
 
@@ -53,7 +52,7 @@ TEST(Guards, RaiseAndPrintEveryCodeButTheirOwn) {
         {lenient, static_cast<RC::Value>(14), "dir/server[116]:RC_UNKNOWN Initialize() failed"},
     };
     for (const auto& row : table) {
-        const Console console;
+        const Captured console;
         EXPECT_EQ(thrownBy(row.guard, row.code), row.text);
         EXPECT_EQ(console.text(), row.text.empty() ? "" : row.text + '\n');
     }

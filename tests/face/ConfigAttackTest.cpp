@@ -18,7 +18,7 @@ protected:
     /** Loads `text` and uses whatever came of it to the full. True when it was taken. */
     bool attack(const std::string& text) const {
         put(text);
-        const face_test::Console console;
+        const Captured console;
         HC_Config config;
         const bool taken = initialize(config) == RC::NO_ERROR;
         for (const char* name : NAMES) {

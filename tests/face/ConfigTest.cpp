@@ -12,7 +12,6 @@
 namespace {
 
 using FACE::HC_Config;
-using face_test::Console;
 using face_test::RC;
 namespace helpers = FACE::HC_Config_Helpers;
 using Whence = HC_Config::WHENCE_TYPE;
@@ -187,7 +186,7 @@ TEST_F(Config, InitializeFailsInOrderAndMayBeRepeated) {
     EXPECT_EQ(rc, RC::INVALID_PARAM);
     std::filesystem::remove(m_path);
     {
-        const Console console;
+        const Captured console;
         EXPECT_EQ(initialize(config), RC::INVALID_CONFIG);
         std::filesystem::create_directory(m_path);
         EXPECT_EQ(initialize(config), RC::INVALID_CONFIG);
@@ -196,7 +195,7 @@ TEST_F(Config, InitializeFailsInOrderAndMayBeRepeated) {
     }
     put("<Other/>");
     {
-        const Console console;
+        const Captured console;
         EXPECT_EQ(initialize(config), RC::INVALID_CONFIG);
         EXPECT_EQ(console.text(), "Configuration XML - " + m_path.string() +
                                       " Error: Unable to locate the HC_Configurations object\n");
@@ -261,7 +260,7 @@ TEST_F(Helpers, ReadNumbersAndTruthValues) {
 
 TEST_F(Helpers, AbsentAndEmptyLookAlikeAndLeaveTheValue) {
     for (const std::string name : {"Missing", "Empty"}) {
-        const Console console;
+        const Captured console;
         FACE::String text("old");
         bool truth = true;
         unsigned long long number = 99;

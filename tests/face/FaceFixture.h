@@ -13,25 +13,11 @@
 #include <string>
 
 #include "face/HC_Config.h"
+#include "support/Captured.h"
 
 namespace face_test {
 
 using RC = FACE::RETURN_CODE_TYPE;
-
-/** Holds back std::cout for its scope. */
-class Console {
-public:
-    Console() : m_before(std::cout.rdbuf(m_lines.rdbuf())) {}
-    ~Console() { std::cout.rdbuf(m_before); }
-    Console(const Console&) = delete;
-    Console& operator=(const Console&) = delete;
-
-    std::string text() const { return m_lines.str(); }
-
-private:
-    std::ostringstream m_lines;
-    std::streambuf* m_before;
-};
 
 /** While one lives, this thread's operator new throws. */
 class NoMemory {

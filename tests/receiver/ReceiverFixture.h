@@ -10,6 +10,7 @@
 
 #include "receiver/GssipMessage.h"
 #include "receiver/gps_msgs.h"
+#include "support/Captured.h"
 
 namespace receiver_test {
 
@@ -51,20 +52,6 @@ public:
 
 private:
     Bytes m_bytes;
-};
-
-/** What goes to `stream` while this stands. */
-class Captured {
-public:
-    explicit Captured(std::ostream& stream)
-        : m_stream(stream), m_before(stream.rdbuf(m_text.rdbuf())) {}
-    ~Captured() { m_stream.rdbuf(m_before); }
-    std::string text() const { return m_text.str(); }
-
-private:
-    std::ostringstream m_text;
-    std::ostream& m_stream;
-    std::streambuf* m_before;
 };
 
 /** Keeps what messages write. */

@@ -18,6 +18,7 @@
 #include "bench/FrameBuilder.h"
 #include "bench/ReceiverPorts.h"
 #include "bench/ServerProcess.h"
+#include "support/Eventually.h"
 
 using namespace std::chrono_literals;
 
@@ -43,9 +44,12 @@ protected:
         start();
         ASSERT_TRUE(eventually([this] { return catches(SIGTERM); })) << output();
     }
+    /** Connected and greeted: what the server tells from now on arrives. */
     bench::BusClient& bus() {
         if (!m_bus) {
             m_bus.emplace(root.busSocket(), bench::within(patience));
+            m_bus->next([](const nlohmann::json& line) { return line.contains("hello"); },
+                        bench::within(patience));
         }
         return *m_bus;
     }
@@ -60,16 +64,6 @@ protected:
             }
         }
         return false;
-    }
-    static bool eventually(const std::function<bool()>& holds) {
-        const auto deadline = bench::within(patience);
-        while (!holds()) {
-            if (std::chrono::steady_clock::now() > deadline) {
-                return false;
-            }
-            std::this_thread::sleep_for(1ms);
-        }
-        return true;
     }
     /** All that the server has printed, a line a line. */
     std::string output() const {

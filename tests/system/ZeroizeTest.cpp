@@ -1,7 +1,6 @@
 #include <future>
 
-#include "bench/SiblingProcess.h"
-#include "system/Unit.h"
+#include "system/SiblingUnit.h"
 
 namespace {
 
@@ -10,30 +9,21 @@ using testing::HasSubstr;
 using testing::Pair;
 
 constexpr const char* server1 = "VGpsReceiverServer";
-constexpr const char* sent = "command VGpsReceiverServer";
 constexpr const char* answered = "response ZeroizeServer to ";
-
-const std::filesystem::path aspnctl =
-    std::filesystem::path(SERVER_PROGRAM).replace_filename("aspnctl");
 
 std::string fileText(const std::filesystem::path& path) {
     std::ifstream file(path);
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
-/** A unit with siblings around it, in a domain of its own. */
-class Zeroize : public Unit {
+class Zeroize : public SiblingUnit {
 protected:
     using Warnings = std::vector<std::pair<int, std::string>>;
 
-    Zeroize() : siblings(std::in_place, root, aspnctl, domain) { setTimeouts("1", "1"); }
+    Zeroize() { setTimeouts("1", "1"); }
     void setTimeouts(const char* request, const char* inProgress) {
         root.setParameter(bench::serverFile, server1, "PARAM_5", request);
         root.setParameter(bench::serverFile, server1, "PARAM_4", inProgress);
-    }
-    void startAndJoin() {
-        startAndRun();
-        ASSERT_TRUE(siblings->join(bench::within(patience))) << output();
     }
 
     std::optional<nlohmann::json> ask() {
@@ -58,12 +48,6 @@ protected:
         }
         return found;
     }
-    bool heard(const std::string& sort, const std::string& text, std::size_t from = 0) {
-        return siblings->hear(sort, text, bench::within(patience), from);
-    }
-
-    const unsigned domain = bench::SiblingProcess::freshDomain();
-    std::optional<bench::SiblingProcess> siblings;
 };
 
 constexpr int passed = 2;

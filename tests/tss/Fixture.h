@@ -20,6 +20,7 @@
 #include <vector>
 
 #include "aspn2_msgs/CommandResponsePubSubTypes.h"
+#include "bench/siblings/Catalogue.h"
 #include "face/HC_Config.h"
 #include "tss/HC_TypedTS.h"
 #include "utilities/Mutex.h"
@@ -182,6 +183,13 @@ public:
               {"Unsupported", command, ""},
               {"Misnamed", "aspn2_msgs::idl::GSSIP", "CommandResponsePubSubType"}}) {
             file << container(connection, {{"TopicType", type}, {"PubSubType", support}});
+        }
+        for (const bench::MessageType& each : bench::catalogue()) {
+            const std::string type(each.name);
+            for (const char* way : {"_out", "_back"}) {
+                file << container(type + way, {{"TopicType", "aspn2_msgs::idl::" + type},
+                                               {"PubSubType", type + "PubSubType"}});
+            }
         }
         file << "</HC_Configurations>";
     }

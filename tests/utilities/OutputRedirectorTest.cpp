@@ -162,6 +162,39 @@ TEST(OutputRedirector, PrintsOfTheWriterReachTheSavedStreamOnce) {
     EXPECT_EQ(passed, "[a1\nline\nrest]a1\n[bc\nline\nrest][dline\nrest]");
 }
 
+TEST(OutputRedirector, PrintsOfTheWriterStayTogetherAmongThreads) {
+    constexpr int threadCount = 4;
+    constexpr int lineCount = 500;
+    std::string passed;
+    {
+        World world;
+        world.redirector.redirect([](const char* text, unsigned size) {
+            std::fputs("<", stdout);
+            std::fprintf(stderr, "%.*s", static_cast<int>(size) - 1, text);
+            std::puts(">");
+            return static_cast<int>(size);
+        });
+        std::vector<std::thread> threads;
+        for (int t = 0; t < threadCount; ++t) {
+            threads.emplace_back([] {
+                for (int i = 0; i < lineCount; ++i) {
+                    std::puts("line");
+                }
+            });
+        }
+        for (std::thread& thread : threads) {
+            thread.join();
+        }
+        world.redirector.reset();
+        passed = world.out.text();
+    }
+    std::string expected;
+    for (int i = 0; i < threadCount * lineCount; ++i) {
+        expected += "<line>\n";
+    }
+    EXPECT_TRUE(passed == expected);
+}
+
 TEST(OutputRedirector, MegabyteWithoutALineEndArrivesWhole) {
     std::string text(1U << 20U, '.');
     for (std::size_t i = 0; i < text.size(); ++i) {

@@ -7,6 +7,7 @@
 #include <string>
 #include <thread>
 
+#include "support/Captured.h"
 #include "utilities/DeviceRoot.h"
 #include "utilities/scheduling.h"
 
@@ -15,11 +16,9 @@ namespace {
 /** What `action` prints, on a thread of its own that takes its settings with it. */
 template <typename Action>
 std::string printedOnAThread(Action action) {
-    std::ostringstream text;
-    std::streambuf* const before = std::cout.rdbuf(text.rdbuf());
+    const Captured text;
     std::thread(action).join();
-    std::cout.rdbuf(before);
-    return text.str();
+    return text.text();
 }
 
 TEST(Scheduling, AffinityTiesTheThreadToOneProcessor) {

@@ -1,3 +1,4 @@
+#include "support/Captured.h"
 #include "utilities/WatchdogTimer.h"
 
 #include <gtest/gtest.h>
@@ -52,20 +53,6 @@ private:
     utilities::Condition m_changed;
     int m_count GUARDED_BY(m_mutex) = 0;
     Clock::time_point m_last GUARDED_BY(m_mutex);
-};
-
-/** What is written to std::cout while it lives. */
-class CoutText {
-public:
-    CoutText() : m_before(std::cout.rdbuf(m_text.rdbuf())) {}
-    ~CoutText() { std::cout.rdbuf(m_before); }
-    CoutText(const CoutText&) = delete;
-    CoutText& operator=(const CoutText&) = delete;
-    std::string str() const { return m_text.str(); }
-
-private:
-    std::ostringstream m_text;
-    std::streambuf* m_before;
 };
 
 TEST(WatchdogTimer, ExpiresOncePerStart_NotBeforeItsPeriod) {
@@ -174,7 +161,7 @@ TEST(WatchdogTimer, CancelWaitsForARunningCallback_WhichMayCancelToo) {
 }
 
 TEST(WatchdogTimer, CallbackThatThrowsOrStartsItsTimerEndsInALine) {
-    const CoutText out;
+    const Captured out;
     Expiry expiry;
     WatchdogTimer timer;
     timer.startWatchdog(0ms, [&] {
@@ -194,7 +181,7 @@ TEST(WatchdogTimer, CallbackThatThrowsOrStartsItsTimerEndsInALine) {
     ASSERT_TRUE(expiry.waitFor(3));
     timer.cancelWatchdog();
     EXPECT_EQ(expiry.count(), 3);
-    EXPECT_EQ(out.str(),
+    EXPECT_EQ(out.text(),
               "WatchdogTimer: callback threw: out of order\n"
               "WatchdogTimer: callback threw: <unknown>\n"
               "WatchdogTimer: callback threw: startWatchdog called by the timer's own callback\n");

@@ -41,7 +41,7 @@ TEST(ReportText, SaysWhatALineMeans) {
          "health: time unknown, 1 of 2 satellites healthy, satellite 6 unhealthy"},
         {R"({"report":"GPS_RECEIVER_SATELLITE_HEALTH_STATUS_2","data":{"svs":[
              {"svNumber":5,"azimuth":3.14159265,"elevation":-0.0872664626}]}})",
-         "health 2: time unknown, satellite 5 at azimuth 180 elevation -5"},
+         "health 2: time unknown, satellites at azimuth/elevation: 5 at 180/-5"},
         {R"({"report":"GPS_RECEIVER_DEVICE","data":{}})", "device: nothing known"},
         {R"({"report":"GPS_RECEIVER_DEVICE","data":{"datumCode":206,"operatingMode":null,
              "magneticVariation":{"source":0,"degrees":null},"receiverPorts":["a","b"],
@@ -55,6 +55,7 @@ TEST(ReportText, SaysWhatALineMeans) {
         {R"({"reply":3,"result":1})", "reply to 3: refused"},
         {R"({"reply":null,"error":"not offered"})", "reply to null: not offered"},
         {R"({"error":"too many clients"})", "error: too many clients"},
+        {R"({"error":"\u001b[2J\r\nover\u007f"})", "error: ?[2J??over?"},
     };
     for (const auto& c : cases) {
         EXPECT_EQ(victory::describe(json::parse(c.line)), c.text);

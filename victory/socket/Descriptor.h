@@ -1,35 +1,10 @@
 /** Ownership of a file descriptor. */
 #pragma once
 
-#include <unistd.h>
-
-#include <utility>
+#include "utilities/Descriptor.h"
 
 namespace victory {
 
-/** Owns one open file descriptor, or none. */
-class Descriptor {
-public:
-    Descriptor() = default;
-    explicit Descriptor(int descriptor) : m_descriptor(descriptor) {}
-    Descriptor(Descriptor&& other) noexcept : m_descriptor(std::exchange(other.m_descriptor, -1)) {}
-    Descriptor& operator=(Descriptor&& other) noexcept {
-        std::swap(m_descriptor, other.m_descriptor);
-        return *this;
-    }
-    ~Descriptor() { close(); }
-
-    bool isOpen() const { return m_descriptor >= 0; }
-    /** -1 when there is none. */
-    int get() const { return m_descriptor; }
-    void close() {
-        if (isOpen()) {
-            ::close(std::exchange(m_descriptor, -1));
-        }
-    }
-
-private:
-    int m_descriptor = -1;
-};
+using utilities::Descriptor;
 
 }  // namespace victory

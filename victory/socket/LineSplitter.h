@@ -23,19 +23,21 @@ public:
 
     explicit LineSplitter(std::size_t maximumLine) : m_maximumLine(maximumLine) {}
 
-    void append(std::string_view bytes) { m_bytes.append(bytes); }
+    void append(std::string_view bytes);
     /** The stream has ended: what is left is a line cut off. */
     void end() { m_ended = true; }
     /** The next line; nothing as long as it hasn't come whole. */
     std::optional<Line> next();
 
 private:
-    Line take(std::size_t length);
+    Line take(std::size_t end);
+    void drop();
     std::optional<Line> nextPartial();
 
     std::size_t m_maximumLine;
     std::string m_bytes;
-    std::size_t m_searched = 0;  // bytes at the front known to hold no line end
+    std::size_t m_taken = 0;     // bytes at the front that have been given out
+    std::size_t m_searched = 0;  // bytes, those among them, known to hold no further line end
     bool m_skipping = false;     // the rest of a line that was too long
     bool m_ended = false;
 };

@@ -1,5 +1,6 @@
 #include "victory/tools/ReportText.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <numbers>
@@ -22,11 +23,16 @@ const json& at(const json& object, const char* key) {
     return found == object.end() ? kNothing : *found;
 }
 
+/** What comes off the bus may hold anything; a terminal must not obey it. */
+std::string printable(std::string text) {
+    std::ranges::replace_if(
+        text, [](unsigned char c) { return c < ' ' || c == 0x7F; }, '?');
+    return text;
+}
+
 std::string text(const json& value) {
-    if (value.is_string()) {
-        return value.get<std::string>();
-    }
-    return value.dump(-1, ' ', false, json::error_handler_t::replace);
+    return value.is_string() ? printable(value.get<std::string>())
+                             : value.dump(-1, ' ', false, json::error_handler_t::replace);
 }
 
 std::int64_t integer(const json& object, const char* key) {
@@ -153,12 +159,15 @@ std::string degrees(const json& radians) {
                                : "?";
 }
 
+/** Places in degrees, azimuth and elevation: a dozen of them have to fit on a line. */
 std::string health2(const json& data) {
     Words words;
     words.add(dateOrReceiverTime(data));
+    const char* lead = "satellites at azimuth/elevation: ";
     for (const json& sv : at(data, "svs")) {
-        words.add("satellite " + text(at(sv, "svNumber")) + " at azimuth " +
-                  degrees(at(sv, "azimuth")) + " elevation " + degrees(at(sv, "elevation")));
+        words.add(lead + text(at(sv, "svNumber")) + " at " + degrees(at(sv, "azimuth")) + "/" +
+                  degrees(at(sv, "elevation")));
+        lead = "";
     }
     return words.line();
 }

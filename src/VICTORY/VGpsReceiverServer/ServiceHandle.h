@@ -1,6 +1,7 @@
 /** The handle of the VICTORY service, shared between those who tell and the one who restarts. */
 #pragma once
 
+#include <cstdint>
 #include <utility>
 
 #include "utilities/Mutex.h"
@@ -20,7 +21,7 @@ public:
      */
     class Use {
     public:
-        explicit Use(ServiceHandle& owner) : m_owner(owner), m_service(owner.enter()) {}
+        explicit Use(ServiceHandle& owner) : m_owner(owner), m_service(owner.enter(m_generation)) {}
         ~Use() {
             if (m_service != nullptr) {
                 m_owner.leave();
@@ -31,9 +32,12 @@ public:
 
         explicit operator bool() const { return m_service != nullptr; }
         VgpssService* get() const { return m_service; }
+        /** Of two services that live at the same address one after the other, which. */
+        std::uint64_t generation() const { return m_generation; }
 
     private:
         ServiceHandle& m_owner;
+        std::uint64_t m_generation = 0;
         VgpssService* const m_service;
     };
 
@@ -45,6 +49,7 @@ public:
     void set(VgpssService* service) {
         const utilities::MutexLock lock(m_mutex);
         m_service = service;
+        ++m_generation;
     }
 
     /** The handle, which is null for everybody from now on. Waits for every Use to end. */
@@ -58,8 +63,9 @@ public:
     }
 
 private:
-    VgpssService* enter() {
+    VgpssService* enter(std::uint64_t& generation) {
         const utilities::MutexLock lock(m_mutex);
+        generation = m_generation;
         if (m_service != nullptr) {
             ++m_users;
         }
@@ -76,5 +82,7 @@ private:
     mutable utilities::Mutex m_mutex;
     utilities::Condition m_idle;
     VgpssService* m_service GUARDED_BY(m_mutex) = nullptr;
+    /** Counts what was set. */
+    std::uint64_t m_generation GUARDED_BY(m_mutex) = 0;
     int m_users GUARDED_BY(m_mutex) = 0;
 };

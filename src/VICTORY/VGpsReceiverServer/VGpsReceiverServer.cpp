@@ -1,5 +1,6 @@
 #include "VICTORY/VGpsReceiverServer/VGpsReceiverServer.h"
 
+#include "PCSMaintReporter/PCSMaintReporter.h"
 #include "utilities/Console.h"
 
 using FACE::RETURN_CODE_TYPE;
@@ -10,13 +11,16 @@ using utilities::printLine;
 VGpsReceiverServer::VGpsReceiverServer()
     : m_serverName(ASPN2::ServerIds::to_string(m_serverId)),
       m_deviceId(m_deviceIdFactory.makeDeviceId(ASPN2::MessageKinds::GSSIP, 0)),
+      m_faultHelper(m_serverName),
       m_clearData(m_serverName) {}
 
 VGpsReceiverServer::~VGpsReceiverServer() {
     // Callbacks of topics, queue and service reach into this object, and the publisher uses its
     // transport: all of them end before any member goes.
+    Stop();
     m_sanitizer.stop();
     HealthReporter::Instance().DoneHealthReporter();
+    PCSMaintReporter::Instance().DoneMaintReporter();
     disconnectTransport();
     vgpssDeleteService(m_vgpssService.take());
     m_gssipMcsq.reset();
@@ -59,13 +63,27 @@ void VGpsReceiverServer::Request_State_Transition(RequestedState requested, Retu
 
 void VGpsReceiverServer::Start() {
     Stop();
-    if (!m_testMode && m_debug) {
+    if (m_testMode) {
+        m_faultTestStop = false;
+        m_faultTestThread = std::thread([this] { faultTestThreadFunction(); });
+    }
+    if (m_debug) {
         printLine(m_serverName, ": ", "Start",
-                  " : Fault test mode not enabled, not starting fault test thread ");
+                  m_testMode ? " : Fault test thread started."
+                             : " : Fault test mode not enabled, not starting fault test thread ");
     }
 }
 
-void VGpsReceiverServer::Stop() {}
+void VGpsReceiverServer::Stop() {
+    if (!m_testMode || !m_faultTestThread.joinable()) {
+        return;
+    }
+    m_faultTestStop = true;
+    m_faultTestThread.join();
+    if (m_debug) {
+        printLine(m_serverName, ": ", "Stop", " : Fault test thread stopped.");
+    }
+}
 
 void VGpsReceiverServer::report(const std::string& text, HealthReporter::eEventType type,
                                 utilities::SourcePlace place) {

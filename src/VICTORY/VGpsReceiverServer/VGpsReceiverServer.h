@@ -16,6 +16,8 @@
  *  | VGpsReceiverServerStatus.cpp | receiver status, status 2 | queue callback, library |
  *  | VGpsReceiverServerHealth.cpp | satellite health | queue callback |
  *  | VGpsReceiverServerWarnings.cpp | warning queue | any |
+ *  | VGpsReceiverServerFaultTest.cpp | fault test mode | fault test |
+ *  | VGpsReceiverServerMaintenance.cpp | what the library prints | whichever printed |
  *
  *  Of the locks below a thread of ours holds at most one at a time.
  */
@@ -29,11 +31,13 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <thread>
 
 #include "ASPN/AspnCmdResponse.h"
 #include "ASPN/AspnDeviceIds.h"
 #include "ASPN/HealthReporter.h"
 #include "VICTORY/Utilities/ClearDataCommand.h"
+#include "VICTORY/Utilities/VictoryFaultHelper.h"
 #include "VICTORY/VGpsReceiverServer/SerialWorker.h"
 #include "VICTORY/VGpsReceiverServer/ServiceHandle.h"
 #include "VICTORY/VGpsReceiverServer/WarningQueue.h"
@@ -53,6 +57,7 @@
 #include "tss/HC_TSS.h"
 #include "tss/HC_TypedTS.h"
 #include "utilities/Mutex.h"
+#include "utilities/OutputRedirector.h"
 #include "utilities/SourcePlace.h"
 #include "utilities/WatchdogTimer.h"
 #include "victory/victory.h"
@@ -94,6 +99,9 @@ public:
     static inline std::chrono::milliseconds transferStartLimit = std::chrono::seconds(10);
     static inline std::chrono::milliseconds transferLimit = std::chrono::seconds(120);
 
+    /** From one look at the console's keys to the next in test mode; a test may shorten it. */
+    static inline std::int32_t faultTestPollMs = 250;
+
     /** Touches no device and no file. */
     VGpsReceiverServer();
     VGpsReceiverServer(const VGpsReceiverServer&) = delete;
@@ -124,6 +132,7 @@ public:
     /** @param[out] rc NOT_AVAILABLE, with nothing changed, for a state that is reached already */
     void Request_State_Transition(RequestedState requested, ReturnCode& rc) override;
 
+    /** In test mode, start and join the fault test thread. */
     void Start();
     void Stop();
 
@@ -176,6 +185,12 @@ public:
     bool InitializeVictory(const char* text);
     /** @return true when a running service was stopped. No callback runs any more then */
     bool ShutdownVictory();
+
+    /** Takes what was printed through C stdio, on the thread that printed it, one piece at a time:
+     *  a sender's fault becomes maintenance events. What this prints itself does not come back.
+     *  @return `length` when the text was taken, 0 when it belongs on the console; so is a null one
+     */
+    unsigned int logMaintenanceEvent(char const* text, unsigned int length);
 
     // Callbacks of the service, on threads of the library. `data` is the server. None lets an
     // exception out; set callbacks return 0 when the request was carried out, else 1.
@@ -410,6 +425,8 @@ private:
     void checkStatus();
     void checkHealth();
     // The service.
+    /** Points C stdio's streams at logMaintenanceEvent; changes nothing once they are. */
+    void captureLibraryOutput();
     bool bringUpVictory(const char* text);
     void registerVictoryCallbacks(VgpssService* service);
     void registerSettings(VgpssService* service);
@@ -419,6 +436,10 @@ private:
      *  large for some stacks. */
     static std::unique_ptr<VgpscReceiverHotStartData> makeDefaultHotStart();
     int saveVclid(const char* vclXml);
+    /** The fault test thread. */
+    void faultTestThreadFunction();
+    /** Takes one key. Keeps the handle from being taken meanwhile. */
+    void checkForFaultTestEvents();
     /** @return whether a sanitize forbids `what`, which is then reported */
     bool refuseInSanitize(const char* what,
                           utilities::SourcePlace place = utilities::SourcePlace::current());
@@ -505,6 +526,9 @@ private:
     std::atomic<bool> m_sanitizeInProgress{false};
     /** While true no status or health record is told. */
     std::atomic<bool> m_tellDisabled{false};
+    /** The fault test thread's own, while that runs. */
+    VictoryFaultHelper m_faultHelper;
+    std::atomic<bool> m_faultTestStop{false};
 
     // Warnings and status 2. Held through the Tell of status 2.
     mutable utilities::Mutex m_vdbWarningMutex;
@@ -549,4 +573,6 @@ private:
     SerialWorker m_sanitizer{[this] { endReports(); }};
     WatchdogTimer m_hotStartWatchdog;
     ClearDataCommand m_clearData;
+    COutputRedirector m_outputRedirector;
+    std::thread m_faultTestThread;
 };

@@ -2,6 +2,7 @@
 #include <array>
 #include <span>
 
+#include "PCSMaintReporter/PCSMaintReporter.h"
 #include "VICTORY/VGpsReceiverServer/VGpsReceiverServer.h"
 #include "face/HC_Config.h"
 #include "platform/FPGA.h"
@@ -33,6 +34,7 @@ void VGpsReceiverServer::Framework_Connect(const FACE::String& /*file*/, ReturnC
     }
     // The service comes up in any case: the bus sees a unit that is there but silent.
     const bool service = InitializeVictory(nullptr);
+    m_faultHelper.SetAvailableService(ServiceHandle::Use(m_vgpssService).get());
     rc = transport && devices && service ? RETURN_CODE_TYPE::NO_ERROR
                                          : RETURN_CODE_TYPE::INVALID_CONFIG;
 }
@@ -90,6 +92,8 @@ bool VGpsReceiverServer::registerTopicCallbacks() {
 void VGpsReceiverServer::startReporters() {
     HealthReporter::Instance().InitHealthReporter(m_serverName, m_deviceIdFactory, m_eventLogTS,
                                                   m_eventLogConnection);
+    PCSMaintReporter::Instance().InitMaintReporter(m_serverName, m_deviceIdFactory, m_maintenanceTS,
+                                                   m_maintenanceConnection);
 }
 
 void VGpsReceiverServer::publishVersions() {
@@ -103,6 +107,7 @@ void VGpsReceiverServer::publishVersions() {
 void VGpsReceiverServer::Framework_Disconnect(ReturnCode& rc) {
     m_sanitizer.stop();
     HealthReporter::Instance().DoneHealthReporter();
+    PCSMaintReporter::Instance().DoneMaintReporter();
     FpgaFace::Instance().DoneFpga();
     disconnectTransport();
     vgpssDeleteService(m_vgpssService.take());

@@ -25,6 +25,7 @@ constexpr unsigned maximumUserDefinedDatums = 2;
 
 bool VGpsReceiverServer::InitializeVictory(const char* text) {
     try {
+        captureLibraryOutput();
         return m_victoryRunning || bringUpVictory(text);
     } catch (const std::exception& exception) {
         report(m_serverName + ": An exception occurred. Details: " + exception.what());

@@ -1,4 +1,4 @@
-#include "face/FileReplace.h"
+#include "utilities/FileReplace.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -8,34 +8,14 @@
 #include <cstdlib>
 #include <filesystem>
 #include <system_error>
-#include <utility>
 
-namespace FACE {
+#include "utilities/Descriptor.h"
+
+namespace utilities {
 
 namespace {
 
 constexpr mode_t NEW_FILE_MODE = 0644;
-
-/** Owns one descriptor; -1 when there is none. */
-class Descriptor {
-public:
-    explicit Descriptor(int fd) : m_fd(fd) {}
-    ~Descriptor() { close(); }
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-
-    bool isOpen() const { return m_fd >= 0; }
-    int get() const { return m_fd; }
-
-    /** False when nothing was open, or the system reports a late write error. */
-    bool close() {
-        const int fd = std::exchange(m_fd, -1);
-        return fd >= 0 && ::close(fd) == 0;
-    }
-
-private:
-    int m_fd;
-};
 
 /** Removes a file at the end of its scope, unless it was kept. */
 class Temporary {
@@ -120,4 +100,4 @@ bool replaceFile(const std::string& path, std::string_view content) {
     return true;
 }
 
-}  // namespace FACE
+}  // namespace utilities

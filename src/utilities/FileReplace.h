@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-namespace FACE {
+namespace utilities {
 
 /** Puts `content` in place of what the file at `path` holds, written through to the device. The new
  *  content is laid in a temporary file beside it and renamed over it, so at any moment, a power cut
@@ -16,4 +16,4 @@ namespace FACE {
  */
 bool replaceFile(const std::string& path, std::string_view content);
 
-}  // namespace FACE
+}  // namespace utilities

@@ -1,0 +1,7 @@
+#include "aspn2_msgs/ForwardReverseStatus.h"
+
+namespace aspn2_msgs::idl {
+
+ASPN2_DEFINE_STRUCTURE(ForwardReverseStatus)
+
+}  // namespace aspn2_msgs::idl

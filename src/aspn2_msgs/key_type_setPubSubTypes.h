@@ -1,0 +1,12 @@
+#pragma once
+
+#include "aspn2_msgs/PubSubType.h"
+#include "aspn2_msgs/key_type_set.h"
+
+extern template class aspn2_msgs::PubSubType<aspn2_msgs::idl::key_type_set>;
+
+namespace aspn2_msgs::idl {
+
+ASPN2_DECLARE_PUBSUBTYPE(key_type_set)
+
+}  // namespace aspn2_msgs::idl

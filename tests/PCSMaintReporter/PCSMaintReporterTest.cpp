@@ -1,0 +1,281 @@
+#include "PCSMaintReporter/PCSMaintReporter.h"
+
+#include <gmock/gmock.h>
+
+#include <stdexcept>
+#include <thread>
+
+#include "support/Captured.h"
+#include "support/KeptRecords.h"
+
+namespace {
+
+using Event = aspn2_msgs::idl::MaintenanceEvent;
+using FACE::RETURN_CODE_TYPE;
+using Maint = PCSMaintReporter;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using namespace std::chrono_literals;
+
+/** What to do with the codes of an event is told once, here. */
+template <typename Work>
+auto withCodes(const Work& work) {
+    return work(Maint::eCrit{3}, Maint::eOutcome{4}, static_cast<unsigned char>(46),
+                Maint::eCat{11}, Maint::eLru{1}, Maint::eCmpo{2}, Maint::eLru{3}, Maint::eCmpo{4},
+                Maint::eLru{5}, Maint::eCmpo{6}, Maint::eLru{7}, Maint::eCmpo{8}, 9);
+}
+
+Event build(const std::string& description, const std::string& identity) {
+    Event event;
+    withCodes([&](auto... codes) {
+        Maint::buildMaintenanceEvent(event, description, identity, codes...);
+    });
+    return event;
+}
+
+std::vector<std::string> pieces(const std::string& text, const char* tag) {
+    std::vector<Event> events;
+    withCodes([&](auto... codes) {
+        Maint::buildMultiMaintenanceEventVectorFromLongDescription(text, "", codes..., events, tag);
+    });
+    std::vector<std::string> descriptions;
+    for (const Event& event : events) {
+        descriptions.emplace_back(event.description().data());
+    }
+    return descriptions;
+}
+
+/** Text of that many characters, each told from its neighbours. */
+std::string text(std::size_t size) {
+    std::string made(size, ' ');
+    for (std::size_t i = 0; i < size; ++i) {
+        made[i] = static_cast<char>('a' + i % 26);
+    }
+    return made;
+}
+
+TEST(MaintenanceEvent, TextsAreCutToTheirRoomAndCodesGoInAsTheyAre) {
+    for (const std::size_t size : {0U, 1U, 15U, 16U, 55U, 56U, 5000U}) {
+        const Event event = build(text(size), text(size));
+        EXPECT_EQ(std::string(event.description().data()), text(std::min<std::size_t>(size, 55)));
+        EXPECT_EQ(std::string(event.identity().data()), text(std::min<std::size_t>(size, 15)));
+    }
+    Event reused = build(text(55), text(15));
+    reused.header().seq_num(77);
+    withCodes([&](auto... codes) { Maint::buildMaintenanceEvent(reused, "a", "b", codes...); });
+    Event fresh = build("a", "b");
+    EXPECT_EQ(fresh.criticality_id(), 3);
+    EXPECT_EQ(fresh.outcome_id(), 4);
+    EXPECT_EQ(fresh.location_id(), 46);
+    EXPECT_EQ(fresh.category_id(), 11);
+    EXPECT_EQ(fresh.repeat_in_seconds(), 9);
+    for (int i = 0; i < 4; ++i) {
+        const auto& source = fresh.fault_sources()[static_cast<std::size_t>(i)];
+        EXPECT_EQ(source.lru_id(), 2 * i + 1);
+        EXPECT_EQ(source.component_id(), 2 * i + 2);
+    }
+    fresh.header().seq_num(77);
+    EXPECT_EQ(reused, fresh) << "nothing of the longer texts is left, and the head is kept";
+}
+
+TEST(MaintenanceEvent, LongDescriptionIsCutIntoNumberedPieces) {
+    EXPECT_THAT(pieces("", "SOAP"), ElementsAre());
+    EXPECT_THAT(pieces(text(48), "SOAP"), ElementsAre("SOAP:" + text(48)));
+    EXPECT_THAT(pieces(text(49), "SOAP"), ElementsAre("SOAP_1:" + text(48), "SOAP_2:w"));
+    EXPECT_THAT(pieces(text(49), nullptr), ElementsAre("Evt:" + text(49)));
+    EXPECT_THAT(pieces("xyz", ""), ElementsAre(":xyz"));
+    EXPECT_THAT(pieces("xyz", text(51).c_str()),
+                ElementsAre(text(51) + "_1:x", text(51) + "_2:y", text(51) + "_3:z"));
+    EXPECT_EQ(pieces("xyz", text(200).c_str()), pieces("xyz", text(51).c_str()))
+        << "a tag that is too long";
+
+    // Of ten full pieces nine are sent; without their prefixes they are the text again.
+    std::string joined;
+    for (const std::string& piece : pieces(text(480), "SOAP")) {
+        EXPECT_EQ(piece.size(), 55U);
+        EXPECT_EQ(piece[5], static_cast<char>('1' + joined.size() / 48));
+        joined += piece.substr(piece.find(':') + 1);
+    }
+    EXPECT_EQ(joined, text(480).substr(0, 9 * 48));
+}
+
+TEST(MaintenanceEvent, DefaultFaultSourcesOfEachServer) {
+    using Sources = std::vector<int>;
+    const std::map<int, std::pair<int, Sources>> cases = {
+        {0, {0, {}}},
+        {1, {1, {1}}},
+        {33, {1, {1, 5}}},
+        {34, {1, {1, 5}}},
+        {35, {1, {1, 9}}},
+        {39, {4, {1, 4, 2, 14, 2, 16}}},
+        {42, {16, {3, 16, 3, 17, 1, 17, 1, 1}}},
+        {43, {0, {}}},
+        {46, {1, {1, 8}}},
+        {47, {14, {2, 15, 2, 14, 2, 13, 2, 16}}},
+        {54, {1, {1, 0}}},
+        {97, {0, {1, 1}}},
+        {125, {1, {1, 8}}},
+        {126, {0, {}}},
+        {200, {0, {}}},
+        {255, {0, {}}},
+    };
+    for (auto [server, expected] : cases) {
+        Maint::eLru lru[4] = {Maint::eLru{9}, Maint::eLru{9}, Maint::eLru{9}, Maint::eLru{9}};
+        Maint::eCmpo cmpo[4] = {Maint::eCmpo{9}, Maint::eCmpo{9}, Maint::eCmpo{9}, Maint::eCmpo{9}};
+        const int result =
+            Maint::getDefaultLruSubForServerID(static_cast<unsigned char>(server), lru[0], cmpo[0],
+                                               lru[1], cmpo[1], lru[2], cmpo[2], lru[3], cmpo[3]);
+        Sources sources;
+        for (int i = 0; i < 4; ++i) {
+            sources.insert(sources.end(), {lru[i], cmpo[i]});
+        }
+        expected.second.resize(8);
+        EXPECT_EQ(result, expected.first) << "server " << server;
+        EXPECT_EQ(sources, expected.second) << "server " << server;
+    }
+}
+
+/** Keeps the events; throws instead while told to. */
+class KeptEvents : public KeptRecords<Event> {
+public:
+    enum class Mood { Calm, Standard, Strange };
+    std::atomic<Mood> mood{Mood::Calm};
+
+protected:
+    void onSend() override {
+        if (mood == Mood::Standard) {
+            throw std::runtime_error("the transport is broken");
+        }
+        if (mood == Mood::Strange) {
+            throw 1;
+        }
+    }
+};
+
+/** The process's own reporter, started and ended by each test. */
+class MaintenanceReporter : public testing::Test {
+protected:
+    MaintenanceReporter() : reporter(Maint::Instance()) { reporter.SetTimeOffset(0ns); }
+    ~MaintenanceReporter() override { reporter.DoneMaintReporter(); }
+    MaintenanceReporter(const MaintenanceReporter&) = delete;
+    MaintenanceReporter& operator=(const MaintenanceReporter&) = delete;
+
+    void init(const std::shared_ptr<KeptEvents>& ts) {
+        reporter.InitMaintReporter("Server", ASPN2::DeviceIdFactory("ORDA", 46), ts, 5);
+    }
+    void send(const std::string& description) {
+        withCodes(
+            [&](auto... codes) { reporter.sendMaintenanceEvent(description, "me", codes...); });
+    }
+    std::string initError(const std::shared_ptr<KeptEvents>& ts) {
+        try {
+            init(ts);
+        } catch (const std::runtime_error& error) {
+            return error.what();
+        }
+        return "";
+    }
+
+    Maint& reporter;
+    std::shared_ptr<KeptEvents> transport = std::make_shared<KeptEvents>();
+};
+
+TEST_F(MaintenanceReporter, BeforeItsStartAndAfterItsEndNothingIsSent) {
+    const Captured output;
+    send("early");
+    init(transport);
+    reporter.DoneMaintReporter();
+    reporter.DoneMaintReporter();
+    send("late");
+    EXPECT_EQ(transport->waitFor(0).size(), 0U);
+    EXPECT_EQ(transport.use_count(), 1) << "the transport is let go";
+    const std::string said = output.text();
+    const std::string line =
+        ") publishMaintenanceEvent: PCSMaintReporter not initialized! Cannat send "
+        "MaintenanceEvent.\n";
+    EXPECT_EQ(said.find("PCSMaintReporter.cpp ("), 0U);
+    EXPECT_NE(said.find(line), said.rfind(line));
+}
+
+TEST_F(MaintenanceReporter, StartIsRefusedInWords) {
+    EXPECT_EQ(initError(nullptr),
+              "InitMaintReporter(Server) called with an empty maintenanceEventTypedTS.");
+    transport->senderCode = RETURN_CODE_TYPE::INVALID_PARAM;
+    EXPECT_THAT(initError(transport), HasSubstr("InitMaintReporter(Server) unable to register"));
+    transport->senderCode = RETURN_CODE_TYPE::NO_ACTION;
+    EXPECT_EQ(initError(transport), "");
+    EXPECT_EQ(initError(transport),
+              "InitMaintReporter(Server) called on an already initialized PCSMaintReporter.");
+    send("on the first");
+    EXPECT_EQ(transport->waitFor(1).size(), 1U);
+}
+
+TEST_F(MaintenanceReporter, StampsEachEventByTheSteadyClock) {
+    init(transport);
+    reporter.SetAspnTimeOffset(1000, 5);
+    EXPECT_GE(reporter.GetTime(), 1000s + 5ns);
+    EXPECT_LT(reporter.GetTime(), 1100s);
+    send("one");
+    send("two");
+    const auto events = transport->waitFor(2);
+    ASSERT_EQ(events.size(), 2U);
+    EXPECT_EQ(transport->lastConnection, 5);
+    for (std::size_t i = 0; i < 2; ++i) {
+        const auto& head = events[i].header();
+        EXPECT_EQ(head.seq_num(), static_cast<std::int64_t>(i));
+        EXPECT_EQ(head.device_id(), 0x012E3B00);
+        EXPECT_EQ(head.timestamp_valid(), head.timestamp_arrival());
+        EXPECT_GE(head.timestamp_valid().sec(), 1000);
+        EXPECT_LT(head.timestamp_valid().sec(), 1100);
+    }
+}
+
+TEST_F(MaintenanceReporter, EventThatCannotGoOutIsALine) {
+    init(transport);
+    const Captured output;
+    testing::internal::CaptureStderr();
+    transport->sendCode = RETURN_CODE_TYPE::DATA_OVERFLOW;
+    send("overflow");
+    for (const auto mood : {KeptEvents::Mood::Standard, KeptEvents::Mood::Strange}) {
+        transport->mood = mood;
+        send("throw");
+    }
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "the transport is broken\n");
+    const std::string line = "!!!!!! Server MaintReporter could not publish event\n";
+    EXPECT_EQ(output.text(), line + line + line);
+}
+
+TEST_F(MaintenanceReporter, TellsOfEachPieceOfALongDescription) {
+    init(transport);
+    const Captured output;
+    withCodes([&](auto... codes) {
+        reporter.sendLongDescriptionMultiMaintenanceEvent(text(50), "me", codes..., nullptr);
+    });
+    EXPECT_EQ(output.text(), ": Sending maintenance event: Evt_1:" + text(49) +
+                                 "\n: Sending maintenance event: Evt_2:x\n");
+    EXPECT_EQ(transport->waitFor(2).size(), 2U);
+}
+
+TEST_F(MaintenanceReporter, ThreadsNeverShareASequenceNumber) {
+    init(transport);
+    constexpr int threadCount = 4;
+    constexpr int eventCount = 500;
+    std::vector<std::thread> threads;
+    for (int t = 0; t < threadCount; ++t) {
+        threads.emplace_back([this] {
+            for (int i = 0; i < eventCount; ++i) {
+                send("x");
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    const auto events = transport->waitFor(threadCount * eventCount);
+    ASSERT_EQ(events.size(), std::size_t{threadCount * eventCount});
+    for (std::size_t i = 0; i < events.size(); ++i) {
+        ASSERT_EQ(events[i].header().seq_num(), static_cast<std::int64_t>(i));
+    }
+}
+
+}  // namespace

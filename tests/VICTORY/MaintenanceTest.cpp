@@ -1,0 +1,154 @@
+#include <gmock/gmock.h>
+
+#include <cstdio>
+#include <sstream>
+#include <thread>
+
+#include "PCSMaintReporter/PCSMaintReporter.h"
+#include "VICTORY/ServerFixture.h"
+#include "VICTORY/ServerSettings.h"
+#include "support/KeptRecords.h"
+
+namespace {
+
+using Event = aspn2_msgs::idl::MaintenanceEvent;
+using testing::HasSubstr;
+using testing::Not;
+
+constexpr const char* fault = "SOAP 1.2 fault SOAP-ENV:Sender";
+
+/** Prints through C stdio while a library would. */
+class Maintenance : public ServerFixture {
+protected:
+    Maintenance() {
+        PCSMaintReporter::Instance().InitMaintReporter(
+            "VGpsReceiverServer", ASPN2::DeviceIdFactory("ORDA", 46), transport, 4);
+    }
+    ~Maintenance() override { PCSMaintReporter::Instance().DoneMaintReporter(); }
+    Maintenance(const Maintenance&) = delete;
+    Maintenance& operator=(const Maintenance&) = delete;
+
+    unsigned log(const std::string& text) {
+        return server.logMaintenanceEvent(text.c_str(), static_cast<unsigned>(text.size()));
+    }
+    std::vector<Event> events() { return transport->waitFor(0); }
+
+    std::shared_ptr<KeptRecords<Event>> transport = std::make_shared<KeptRecords<Event>>();
+};
+
+/** The texts that the events were cut from: a piece with number 1, or none, begins a new one. */
+std::vector<std::string> rejoin(const std::vector<Event>& events) {
+    std::vector<std::string> texts;
+    for (const Event& event : events) {
+        const std::string piece = event.description().data();
+        const std::size_t colon = piece.find(':');
+        if (piece[4] == ':' || piece[5] == '1') {
+            texts.emplace_back();
+        }
+        texts.back() += piece.substr(colon + 1);
+    }
+    return texts;
+}
+
+TEST_F(Maintenance, OnlyASendersFaultBecomesEvents) {
+    const Captured output;
+    EXPECT_EQ(server.logMaintenanceEvent(nullptr, 7), 0U);
+    for (const char* other : {"", "\n", "SOAP 1.2 fault SOAP-ENV:Receiver", "SOAP-ENV:Sender"}) {
+        EXPECT_EQ(log(other), 0U) << other;
+    }
+    EXPECT_EQ(server.logMaintenanceEvent(fault, 29), 0U)
+        << "what lies behind the length counts not";
+    EXPECT_EQ(events().size(), 0U);
+    EXPECT_EQ(output.text(), "");
+
+    const std::string text = std::string("before ") + fault + ": what it says\n";
+    EXPECT_EQ(log(text), text.size());
+    EXPECT_EQ(rejoin(events()), std::vector{text});
+    const Event event = events().front();
+    EXPECT_STREQ(event.identity().data(), "VGpsReceiverSer") << "as much as fits";
+    EXPECT_EQ((std::vector{event.criticality_id(), event.outcome_id(), event.location_id(),
+                           event.category_id(), event.repeat_in_seconds()}),
+              (std::vector{3, 3, 46, 11, 0}));
+    for (std::size_t i = 0; i < 4; ++i) {
+        EXPECT_EQ(event.fault_sources()[i].lru_id(), i == 0 ? 1 : 0);
+        EXPECT_EQ(event.fault_sources()[i].component_id(), i == 0 ? 1 : 0);
+    }
+}
+
+TEST_F(Maintenance, DebugShowsWhateverTheLibraryPrints) {
+    ASSERT_EQ(configure(server, {{"Debug", "true"}}), FACE::RETURN_CODE_TYPE::NO_ERROR);
+    const Captured output;
+    EXPECT_EQ(log("harmless"), 0U);
+    EXPECT_THAT(output.text(),
+                testing::MatchesRegex("VGpsReceiverServerMaintenance\\.cpp \\([0-9]+\\) "
+                                      "logMaintenanceEvent: VGpsReceiverServer SOAP Error: "
+                                      "harmless\n"));
+}
+
+TEST_F(Maintenance, CapturesWhatIsPrintedFromBeforeTheServiceUntilTheServerGoes) {
+    const auto complain = [] { std::fprintf(stderr, "%s of the library\n", fault); };
+    const std::string line = std::string(fault) + " of the library\n";
+    {
+        VGpsReceiverServer other;
+        fake::with([](fake::Victory& victory) { victory.readFails = true; });
+        EXPECT_FALSE(other.InitializeVictory(nullptr));
+        complain();
+        EXPECT_EQ(rejoin(events()), std::vector{line}) << "also while the service can't come up";
+        other.InitializeVictory(nullptr);
+        complain();
+        EXPECT_EQ(rejoin(events()), (std::vector{line, line})) << "once for each print";
+    }
+    testing::internal::CaptureStderr();
+    complain();
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), line);
+    EXPECT_EQ(rejoin(events()).size(), 2U);
+}
+
+TEST_F(Maintenance, FaultThatCannotBeSentIsSaidAndDoesNotComeBack) {
+    ASSERT_TRUE(server.InitializeVictory(nullptr));
+    transport->sendCode = FACE::RETURN_CODE_TYPE::DATA_OVERFLOW;
+    const Captured output;
+    std::fprintf(stderr, "%s\n", fault);
+    EXPECT_EQ(events().size(), 1U);
+    EXPECT_THAT(output.text(), HasSubstr(std::string("event: SOAP:") + fault));
+    EXPECT_THAT(output.text(), HasSubstr("MaintReporter could not publish event\n"));
+}
+
+TEST_F(Maintenance, LinesOfManyThreadsArriveWholeWhileTheServiceRestarts) {
+    ASSERT_TRUE(server.InitializeVictory(nullptr));
+    constexpr std::size_t threadCount = 4;
+    constexpr std::size_t lineCount = 200;
+    const Captured quiet;
+    std::vector<std::thread> threads;
+    for (std::size_t t = 0; t < threadCount; ++t) {
+        threads.emplace_back([t] {
+            for (std::size_t i = 0; i < lineCount; ++i) {
+                std::fprintf(i % 2 == 0 ? stdout : stderr, "%s thread %zu", fault, t);
+                std::fprintf(stderr, "\n");
+            }
+        });
+    }
+    for (int i = 0; i < 50; ++i) {
+        server.ShutdownVictory();
+        server.InitializeVictory("<again/>");
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    // Two prints of a line may have another thread's between them; a print itself stays whole.
+    std::string all;
+    for (const std::string& text : rejoin(events())) {
+        all += text;
+    }
+    std::vector<std::size_t> counts(threadCount);
+    for (std::size_t at = 0; (at = all.find(fault, at)) != std::string::npos; ++at) {
+        ++counts.at(static_cast<std::size_t>(all.at(at + std::string(fault).size() + 8) - '0'));
+    }
+    EXPECT_THAT(counts, testing::Each(lineCount));
+    const std::vector<Event> sent = events();
+    for (std::size_t i = 0; i < sent.size(); ++i) {
+        ASSERT_EQ(sent[i].header().seq_num(), static_cast<std::int64_t>(i));
+    }
+}
+
+}  // namespace

@@ -1,0 +1,297 @@
+#include "VICTORY/Utilities/VictoryFaultHelper.h"
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <unistd.h>
+
+#include <stdexcept>
+#include <thread>
+
+#include "VICTORY/ServerFixture.h"
+#include "VICTORY/ServerSettings.h"
+
+namespace {
+
+std::vector<std::string> otherCalls;
+
+unsigned add(const char* kind, void* service, const char* text, int acknowledged, int severity,
+             int category, int action) {
+    otherCalls.push_back(utilities::concat(kind, " ", service != nullptr, " ", text, " ",
+                                           acknowledged, " ", severity, " ", category, " ",
+                                           action));
+    return 5;
+}
+void removed(const char* kind, unsigned id) {
+    otherCalls.push_back(utilities::concat(kind, " removes ", id));
+}
+
+}  // namespace
+
+#define SERVICE_OF(T, prefix)                                                         \
+    struct T {};                                                                      \
+    unsigned prefix##AddFault(T* service, const char* text, int acknowledged,         \
+                              VhlthcSeverity severity, VhlthcCategory category,       \
+                              VhlthcAction action) {                                  \
+        return add(#prefix, service, text, acknowledged, severity, category, action); \
+    }                                                                                 \
+    void prefix##RemoveFault(T*, unsigned id) {                                       \
+        removed(#prefix, id);                                                         \
+    }
+SERVICE_OF(VpossService, vposs)
+SERVICE_OF(VorisService, voris)
+SERVICE_OF(VdotsService, vdots)
+SERVICE_OF(VgensService, vgens)
+SERVICE_OF(VapntsService, vapnts)
+#undef SERVICE_OF
+
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+constexpr const char* fault = "Fake Fault for Compliance Testing ";
+
+/** A helper with the GPS service alone, as the server has it, its keys pressed one by one. */
+class FaultHelper : public testing::Test {
+protected:
+    FaultHelper() {
+        fake::reset();
+        otherCalls.clear();
+        service = vgpssNewService("", "", "", "", "");
+        helper.SetAvailableService(service);
+        fake::with([](fake::Victory& victory) { victory.calls.clear(); });
+    }
+    /** What the keys made it print. */
+    std::string press(const std::string& keys) {
+        const Captured output;
+        for (const char key : keys) {
+            helper.handleKey(key, tellDisabled);
+        }
+        return output.text();
+    }
+    static std::vector<std::string> calls() { return fake::snapshot().calls; }
+
+    VictoryFaultHelper helper{"Server"};
+    VgpssService* service = nullptr;
+    bool tellDisabled = false;
+};
+
+TEST_F(FaultHelper, EachDigitRaisesItsFaultAndClearsItAgain) {
+    const struct {
+        const char* key;
+        const char* words;
+        const char* codes;
+    } cases[] = {
+        {"1", "acknowledged Emergency", "1 37"}, {"2", "acknowledged Alert", "1 36"},
+        {"3", "acknowledged Critical", "1 35"},  {"4", "acknowledged Error", "1 34"},
+        {"5", "acknowledged Warning", "1 33"},   {"6", "non-acknowledged Emergency", "0 37"},
+        {"7", "non-acknowledged Alert", "0 36"}, {"8", "non-acknowledged Critical", "0 35"},
+        {"9", "non-acknowledged Error", "0 34"}, {"0", "non-acknowledged Warning", "0 33"},
+    };
+    for (const auto& [key, words, codes] : cases) {
+        fake::with([](fake::Victory& victory) {
+            victory.calls.clear();
+            victory.nextFault = 41;
+        });
+        EXPECT_EQ(press(key), std::string("\bServerAdded ") + words + " GPS Receiver Fault: 41\n");
+        EXPECT_EQ(press(key), "\bServer Removed GPS Receiver fault: 41\n");
+        EXPECT_THAT(calls(), ElementsAre(std::string("AddFault ") + fault + codes + " 22 1",
+                                         "RemoveFault 41"));
+    }
+}
+
+TEST_F(FaultHelper, FaultThatCannotBeRaisedIsTriedAgain) {
+    fake::with([](fake::Victory& victory) { victory.nextFault = 0; });
+    EXPECT_THAT(press("1"), HasSubstr(" Fault: 0\n"));
+    fake::with([](fake::Victory& victory) { victory.nextFault = 9; });
+    EXPECT_THAT(press("1"), HasSubstr(" Fault: 9\n"));
+    EXPECT_THAT(press("1"), HasSubstr("Removed GPS Receiver fault: 9\n"));
+    EXPECT_THROW(helper.activateFault(10, true), std::out_of_range);
+    EXPECT_THROW(helper.deactivateFault(-1), std::out_of_range);
+}
+
+TEST_F(FaultHelper, ModesOfServicesThatWereNotGivenAreRefused) {
+    const std::pair<const char*, const char*> others[] = {{"p", "Position"},
+                                                          {"o", "Orientation"},
+                                                          {"d", "Direction of Travel"},
+                                                          {"e", "Generic End Node"},
+                                                          {"a", "APNT"}};
+    for (const auto& [key, name] : others) {
+        EXPECT_EQ(press(key),
+                  std::string("\nServer VictoryFaultHelper : CANNOT change fault test mode to ") +
+                      name + " Service! Mode remains: GPS Receiver\n");
+    }
+    EXPECT_EQ(press("g"), "\nServer VictoryFaultHelper : GPS Receiver fault test mode\n");
+    EXPECT_EQ(press("zz"),
+              "\bServerTell disabled for GPS Receiver \n\bServerTell enabled for GPS Receiver \n");
+    EXPECT_THAT(otherCalls, IsEmpty());
+
+    VictoryFaultHelper none{"Server"};
+    none.SetAvailableService<VgpssService>(nullptr);
+    none.RenewService(service, 1);
+    const Captured output;
+    none.handleKey('g', tellDisabled);
+    none.handleKey('1', tellDisabled);
+    EXPECT_THAT(output.text(), HasSubstr("Mode remains: none.\n"));
+    EXPECT_THAT(output.text(), HasSubstr(" none. Fault: 0\n"));
+    EXPECT_THAT(calls(), IsEmpty());
+}
+
+TEST_F(FaultHelper, EachModeActsOnItsOwnServiceAndKeepsItsFaults) {
+    VpossService poss;
+    VorisService oris;
+    VdotsService dots;
+    VgensService gens;
+    VapntsService apnts;
+    helper.SetAvailableService(&poss);
+    helper.SetAvailableService(&oris);
+    helper.SetAvailableService(&dots);
+    helper.SetAvailableService(&gens);
+    helper.SetAvailableService(&apnts);
+    EXPECT_THAT(press("z"), HasSubstr("for GPS Receiver Position Orientation Direction of Travel "
+                                      "Generic End Node APNT\n"));
+    EXPECT_TRUE(tellDisabled);
+    EXPECT_THAT(press("0"), HasSubstr(" APNT Fault: 5\n")) << "the service given last is selected";
+    const std::tuple<const char*, const char*, const char*> modes[] = {
+        {"p", "Changed to Position fault test mode", "vposs"},
+        {"o", "Changed to Orientation fault test mode", "voris"},
+        {"d", "Changed to Direction of Travel fault test mode", "vdots"},
+        {"e", "Generic End Node fault test mode", "vgens"},
+        {"a", "APNT fault test mode", "vapnts"},
+    };
+    for (const auto& [key, text, kind] : modes) {
+        otherCalls.clear();
+        EXPECT_EQ(press(key), std::string("\nServer VictoryFaultHelper : ") + text + "\n");
+        press("22");
+        EXPECT_THAT(otherCalls, ElementsAre(std::string(kind) + " 1 " + fault + "1 36 22 1",
+                                            std::string(kind) + " removes 5"));
+    }
+    otherCalls.clear();
+    press("g1a0");
+    EXPECT_THAT(otherCalls, ElementsAre("vapnts removes 5")) << "raised before the modes changed";
+    EXPECT_THAT(press("g1"), HasSubstr("Removed GPS Receiver fault: 7\n"));
+}
+
+TEST_F(FaultHelper, ShowsItsKeysAndIgnoresOthers) {
+    const std::string help = press("h");
+    EXPECT_TRUE(help.starts_with("\nServer VictoryFaultHelper available keys:\n    1 = Send"));
+    EXPECT_TRUE(help.ends_with("    z = Disable VICTORY service \"Tell\" output\n\n"));
+    EXPECT_EQ(press("\n "), help + help);
+    EXPECT_EQ(press(std::string("xPGZ!\x7f\t\r\xff\0", 10)), "");
+    const Captured output;
+    for (const int key : {EOF, 256, 1000000, -1000000}) {
+        helper.handleKey(key, tellDisabled);
+    }
+    EXPECT_EQ(output.text(), "");
+    EXPECT_THAT(calls(), IsEmpty());
+}
+
+TEST_F(FaultHelper, NewServiceHasNoneOfTheFaultsOfBefore) {
+    helper.RenewService(service, 1);
+    press("1");
+    helper.RenewService(service, 1);
+    EXPECT_THAT(press("1"), HasSubstr("Removed"));
+    press("1");
+    helper.RenewService<VgpssService>(nullptr, 1);
+    EXPECT_THAT(press("2"), HasSubstr(" Fault: 0\n")) << "the service is down";
+    EXPECT_THAT(press("g"), HasSubstr("GPS Receiver fault test mode")) << "and still available";
+    helper.RenewService(service, 2);
+    EXPECT_THAT(press("1"), HasSubstr("Added acknowledged Emergency GPS Receiver Fault: 9\n"));
+}
+
+/** The server in test mode, with a pipe for its standard input. */
+class FaultTestMode : public ServerFixture {
+protected:
+    FaultTestMode() : m_terminal(::dup(STDIN_FILENO)) {
+        int ends[2] = {-1, -1};
+        if (::pipe2(ends, O_CLOEXEC | O_NONBLOCK) == 0) {
+            ::dup2(ends[0], STDIN_FILENO);
+            ::close(ends[0]);
+        }
+        m_keys = ends[1];
+        VGpsReceiverServer::faultTestPollMs = 0;
+    }
+    ~FaultTestMode() override {
+        ::dup2(m_terminal, STDIN_FILENO);
+        ::close(m_terminal);
+        ::close(m_keys);
+        VGpsReceiverServer::faultTestPollMs = 250;
+    }
+    FaultTestMode(const FaultTestMode&) = delete;
+    FaultTestMode& operator=(const FaultTestMode&) = delete;
+
+    void bringUpWith(const char* testMode) {
+        ASSERT_EQ(configure(server, {{"PARAM_2", testMode}}), FACE::RETURN_CODE_TYPE::NO_ERROR);
+        // Without files of its own the unit has no transport and no devices; the service comes up.
+        ReturnCode rc{};
+        server.Framework_Connect(FACE::String(), rc);
+        transition(FACE::LCM::Halcyrine::RequestedState::START);
+    }
+    void type(const std::string& keys) const {
+        ASSERT_EQ(::write(m_keys, keys.data(), keys.size()), static_cast<ssize_t>(keys.size()));
+    }
+    /** Waits until the library has seen as many calls of that name. */
+    static bool sees(const std::string& name, std::ptrdiff_t count) {
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+        while (std::chrono::steady_clock::now() < deadline) {
+            const auto calls = fake::snapshot().calls;
+            if (std::ranges::count_if(calls, [&](const std::string& call) {
+                    return call.starts_with(name);
+                }) >= count) {
+                return true;
+            }
+            std::this_thread::yield();
+        }
+        return false;
+    }
+
+private:
+    const int m_terminal;
+    int m_keys = -1;
+};
+
+TEST_F(FaultTestMode, KeysSilenceTheReportsAndRaiseFaults) {
+    bringUpWith("true");
+    type("z1");
+    ASSERT_TRUE(sees("AddFault", 1));
+    feed(message(5040, 1));
+    feed(message(8504, 1));
+    EXPECT_EQ(statusCount(), 0U);
+    type("z1");
+    ASSERT_TRUE(sees("RemoveFault", 1));
+    feed(message(5040, 2));
+    feed(message(8504, 2));
+    EXPECT_EQ(statusCount(), 1U) << "what was missed is not made up";
+    EXPECT_EQ(transition(FACE::LCM::Halcyrine::RequestedState::STOP),
+              FACE::RETURN_CODE_TYPE::NO_ERROR);
+    type("1");
+    EXPECT_EQ(transition(FACE::LCM::Halcyrine::RequestedState::START),
+              FACE::RETURN_CODE_TYPE::NO_ERROR);
+    EXPECT_TRUE(sees("AddFault", 2)) << "the thread starts anew, and ends with the server";
+}
+
+TEST_F(FaultTestMode, NoKeyReachesAServiceThatIsGone) {
+    bringUpWith("true");
+    const Captured quiet;
+    type(std::string(20000, '1'));
+    for (int i = 0; i < 500; ++i) {
+        server.ShutdownVictory();
+        server.InitializeVictory("<again/>");
+        std::this_thread::yield();
+    }
+    ASSERT_TRUE(sees("RemoveFault", 1));
+    EXPECT_EQ(fake::snapshot().callsOnDeleted, 0);
+}
+
+TEST_F(FaultTestMode, OutsideItKeysAreLeftAlone) {
+    bringUpWith("false");
+    type("1");
+    EXPECT_EQ(transition(FACE::LCM::Halcyrine::RequestedState::STOP),
+              FACE::RETURN_CODE_TYPE::NO_ERROR);
+    char key = 0;
+    EXPECT_EQ(::read(STDIN_FILENO, &key, 1), 1);
+    EXPECT_EQ(key, '1');
+}
+
+}  // namespace
