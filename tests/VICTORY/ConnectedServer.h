@@ -34,6 +34,13 @@ public:
         const utilities::MutexLock lock(m_mutex);
         m_texts.push_back(text);
     }
+    /** There is one. */
+    std::string takeFirst() {
+        const utilities::MutexLock lock(m_mutex);
+        std::string text = std::move(m_texts.front());
+        m_texts.erase(m_texts.begin());
+        return text;
+    }
     std::vector<std::string> all() {
         const utilities::MutexLock lock(m_mutex);
         return m_texts;
@@ -66,13 +73,12 @@ public:
     Ear(const Ear&) = delete;
     Ear& operator=(const Ear&) = delete;
 
-    std::vector<std::string> commands() { return m_heardCommands.all(); }
-    /** Waits for one more command than `before`; the newest, or empty when none comes. */
-    std::string commandAfter(std::size_t before) {
-        eventually([&] { return commands().size() > before; });
-        const auto heard = commands();
-        return heard.size() > before ? heard.back() : std::string();
+    /** Waits for the next command that has not been asked for yet; empty when none comes. */
+    std::string nextCommand() {
+        return eventually([this] { return unheard() > 0; }) ? m_heardCommands.takeFirst()
+                                                            : std::string();
     }
+    std::size_t unheard() { return m_heardCommands.all().size(); }
     bool hearsEvent(const std::string& text, std::chrono::milliseconds limit = patience) {
         return eventually(
             [&] {
@@ -83,7 +89,10 @@ public:
             },
             limit);
     }
-    void forgetEvents() { m_heardEvents.clear(); }
+    void forget() {
+        m_heardCommands.clear();
+        m_heardEvents.clear();
+    }
 
 private:
     template <typename T>

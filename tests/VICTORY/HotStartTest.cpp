@@ -1,4 +1,5 @@
 #include <cstring>
+#include <future>
 
 #include "VICTORY/ConnectedServer.h"
 
@@ -31,63 +32,38 @@ bench::Bytes frameOf(int number, std::size_t size) {
 
 class HotStart : public ConnectedTest {
 protected:
-    struct Limits {
-        std::chrono::milliseconds answer = Server::hotStartAnswerLimit;
-        std::chrono::milliseconds warm = Server::warmStartAnswerLimit;
-        std::chrono::milliseconds start = Server::transferStartLimit;
-        std::chrono::milliseconds end = Server::transferLimit;
-        std::chrono::milliseconds running = Server::hotStartLimit;
-        std::chrono::milliseconds write = mcsWriterPort::writeLimit;
-    };
-
     void SetUp() override {
         ConnectedTest::SetUp();
-        unit().ear->forgetEvents();
+        unit().ear->forget();
         // What is to be answered is waited for; what isn't, times out in a test of its own.
-        for (auto* const limit : {&Server::hotStartAnswerLimit, &Server::warmStartAnswerLimit,
-                                  &Server::transferStartLimit, &Server::transferLimit}) {
-            *limit = patience;
-        }
+        std::ranges::for_each(m_limits, [](auto* limit) { *limit = patience; });
     }
     void TearDown() override {
         unit().respond("INIT_HOTSTART_FAIL");
-        Server::hotStartAnswerLimit = m_limits.answer;
-        Server::warmStartAnswerLimit = m_limits.warm;
-        Server::transferStartLimit = m_limits.start;
-        Server::transferLimit = m_limits.end;
-        Server::hotStartLimit = m_limits.running;
-        mcsWriterPort::writeLimit = m_limits.write;
+        for (std::size_t i = 0; i < m_limits.size(); ++i) {
+            *m_limits[i] = m_before[i];
+        }
     }
 
-    /** A request that runs on a thread of the library's until it is answered. */
+    /** A request on a thread of the library's, which has sent its command when this is made. */
     class Asked {
     public:
         explicit Asked(std::function<int()> request)
-            : m_thread([this, ask = std::move(request)] { m_result = ask(); }) {}
-        ~Asked() { result(); }
-        Asked(const Asked&) = delete;
-        Asked& operator=(const Asked&) = delete;
-        int result() {
-            if (m_thread.joinable()) {
-                m_thread.join();
-            }
-            return m_result;
-        }
+            : m_result(std::async(std::launch::async, std::move(request))),
+              sent(unit().ear->nextCommand()) {}
+        int result() { return m_result.get(); }
 
     private:
-        int m_result = -1;
-        std::thread m_thread;
+        std::future<int> m_result;
+
+    public:
+        const std::string sent;
     };
 
-    /** A request that sends a command, which then gets these answers; its result. The command is
-     *  left in `sent`. */
-    int answered(std::function<int()> request, const std::vector<std::string>& answers) {
-        const std::size_t before = unit().ear->commands().size();
+    /** The result of a request whose command gets these answers. */
+    static int answered(std::function<int()> request, const std::vector<std::string>& answers) {
         Asked asked(std::move(request));
-        sent = unit().ear->commandAfter(before);
-        for (const std::string& answer : answers) {
-            unit().respond(answer);
-        }
+        std::ranges::for_each(answers, [](const auto& answer) { unit().respond(answer); });
         return asked.result();
     }
     static std::function<int()> port(const std::string& name) {
@@ -117,18 +93,23 @@ protected:
     }
     static std::size_t recordsTold() { return fake::snapshot().hotStartData.size(); }
 
-    std::string sent;
-
 private:
-    const Limits m_limits;
+    const std::array<std::chrono::milliseconds*, 6> m_limits{
+        &Server::hotStartAnswerLimit, &Server::warmStartAnswerLimit, &Server::transferStartLimit,
+        &Server::transferLimit,       &Server::hotStartLimit,        &mcsWriterPort::writeLimit};
+    const std::array<std::chrono::milliseconds, 6> m_before{
+        *m_limits[0], *m_limits[1], *m_limits[2], *m_limits[3], *m_limits[4], *m_limits[5]};
 };
 
 TEST_F(HotStart, EveryPortHasItsToken) {
     for (const char connector : {'1', '2', '3', '4'}) {
         for (const char com : {'1', '2', '3'}) {
             const std::string name = std::string("J") + connector + "COM" + com;
-            EXPECT_EQ(answered(port(name), {"INIT_HOTSTART_ACK"}), 0);
-            EXPECT_EQ(sent, std::string("INIT_HOTSTART,") + connector + ",COM" + com + ",LNAV");
+            Asked asked(port(name));
+            EXPECT_EQ(asked.sent,
+                      std::string("INIT_HOTSTART,") + connector + ",COM" + com + ",LNAV");
+            unit().respond("INIT_HOTSTART_ACK");
+            EXPECT_EQ(asked.result(), 0);
             EXPECT_EQ(ConnectedServer::calls().back(), "TellDeviceReceiverHotStartPort " + name);
             unit().respond("INIT_HOTSTART_PASS");
         }
@@ -136,7 +117,6 @@ TEST_F(HotStart, EveryPortHasItsToken) {
 }
 
 TEST_F(HotStart, OtherNamesAreRefusedAndSendNothing) {
-    const std::size_t before = unit().ear->commands().size();
     for (const std::string& name :
          {std::string(), std::string("j4com3"), std::string("J5COM1"), std::string("J1COM12"),
           std::string("J1COM"), std::string(256, 'J'),
@@ -144,7 +124,7 @@ TEST_F(HotStart, OtherNamesAreRefusedAndSendNothing) {
         EXPECT_EQ(unit().setPort(name), 1) << name;
     }
     EXPECT_EQ(answered(port("J1COM1"), {"INIT_HOTSTART_NACK"}), 1);
-    EXPECT_EQ(unit().ear->commands().size(), before + 1) << "only the last";
+    EXPECT_EQ(unit().ear->unheard(), 0U) << "only the last has sent one";
     EXPECT_THAT(ConnectedServer::calls(), ElementsAre());
 }
 
@@ -182,16 +162,14 @@ TEST_F(HotStart, OnlyAnAcknowledgedPortIsTold) {
 }
 
 TEST_F(HotStart, OnePortAtATime) {
-    const std::size_t before = unit().ear->commands().size();
     Asked first(port("J1COM1"));
-    unit().ear->commandAfter(before);
     EXPECT_EQ(unit().setPort("J1COM2"), 1) << "while the first waits";
     unit().respond("INIT_HOTSTART_ACK");
     EXPECT_EQ(first.result(), 0);
     EXPECT_EQ(unit().setPort("J1COM2"), 1) << "while the first runs";
     unit().respond("INIT_HOTSTART_NACK");
     EXPECT_EQ(unit().setPort("J1COM2"), 1) << "which a late refusal does not end";
-    EXPECT_EQ(unit().ear->commands().size(), before + 1);
+    EXPECT_EQ(unit().ear->unheard(), 0U);
     unit().respond("INIT_HOTSTART_FAIL");
     EXPECT_EQ(answered(port("J1COM2"), {"INIT_HOTSTART_ACK"}), 0);
 }
@@ -201,10 +179,9 @@ TEST_F(HotStart, TheWatchdogFreesAPortWithoutAnEnd) {
     Server::hotStartAnswerLimit = 1ms;
     EXPECT_EQ(answered(port("J1COM1"), {}), 1);
     unit().respond("INIT_HOTSTART_ACK");  // too late for the client, yet it runs
-    const std::size_t before = unit().ear->commands().size();
-    EXPECT_TRUE(eventually([&] {
+    EXPECT_TRUE(eventually([] {
         unit().setPort("J1COM2");
-        return unit().ear->commands().size() > before;
+        return unit().ear->unheard() > 0;
     }));
 }
 
@@ -218,8 +195,10 @@ TEST_F(HotStart, SavedMessagesArePlayedByteForByte) {
         message.length = lengths[i];
         std::ranges::generate(message.bytes, [n = i]() mutable { return std::uint8_t(n += 7); });
     }
-    EXPECT_EQ(answered(data(*record), {"INIT_WARMSTART_ACK"}), 0);
-    EXPECT_EQ(sent, "INIT_WARMSTART");
+    Asked asked(data(*record));
+    EXPECT_EQ(asked.sent, "INIT_WARMSTART");
+    unit().respond("INIT_WARMSTART_ACK");
+    EXPECT_EQ(asked.result(), 0);
     expectPlayed(0, bytesOf(startFrame));
     for (std::size_t i = 0; i < 3; ++i) {
         expectPlayed(sequences[i], bytesOf({record->messages[i].bytes, lengths[i]}));
@@ -238,11 +217,10 @@ TEST_F(HotStart, AnEmptySetIsAStartAndAnEnd) {
 }
 
 TEST_F(HotStart, ARecordThatIsNotForTheReceiverIsToldAtOnce) {
-    const std::size_t before = unit().ear->commands().size();
     EXPECT_EQ(unit().setData(*recordOf(4, 300)), 0);
     EXPECT_EQ(unit().setData(*recordOf(0xFFFFFFFF)), 0);
     EXPECT_EQ(recordsTold(), 2U);
-    EXPECT_EQ(unit().ear->commands().size(), before);
+    EXPECT_EQ(unit().ear->unheard(), 0U);
 }
 
 TEST_F(HotStart, WithoutAnAcknowledgementNothingIsPlayed) {
@@ -259,7 +237,6 @@ TEST_F(HotStart, WithoutAnAcknowledgementNothingIsPlayed) {
 }
 
 TEST_F(HotStart, ARecordThatClaimsMoreThanItHoldsIsRefused) {
-    const std::size_t before = unit().ear->commands().size();
     const struct {
         std::uint32_t mode, count, length;
         const char* fault;
@@ -278,7 +255,7 @@ TEST_F(HotStart, ARecordThatClaimsMoreThanItHoldsIsRefused) {
                   std::string("VGpsReceiverServer: Invalid hot start data: ") + row.fault + "\n");
     }
     EXPECT_TRUE(unit().ear->hearsEvent("Invalid hot start data: message 300 of 2033 bytes"));
-    EXPECT_EQ(unit().ear->commands().size(), before);
+    EXPECT_EQ(unit().ear->unheard(), 0U);
     EXPECT_EQ(recordsTold(), 0U);
     // A length behind the last message is nobody's.
     const auto record = recordOf(4, 1);
@@ -288,9 +265,7 @@ TEST_F(HotStart, ARecordThatClaimsMoreThanItHoldsIsRefused) {
 
 TEST_F(HotStart, OneRecordAtATime) {
     const auto record = recordOf(3);
-    const std::size_t before = unit().ear->commands().size();
     Asked first(data(*record));
-    unit().ear->commandAfter(before);
     Captured output(std::cout);
     EXPECT_EQ(unit().setData(*record), 1);
     EXPECT_EQ(output.text(),
@@ -309,9 +284,7 @@ TEST_F(HotStart, AReceiverThatDoesNotReadHoldsUpTheClientAlone) {
     for (auto& message : record->messages) {
         message.length = 2000;
     }
-    const std::size_t before = unit().ear->commands().size();
     Asked client(data(*record));
-    unit().ear->commandAfter(before);
     const auto start = std::chrono::steady_clock::now();
     unit().respond("INIT_WARMSTART_ACK");
     // While it waits, the topics' threads go their way, and so do the receiver's messages.
@@ -332,9 +305,8 @@ TEST_F(HotStart, AReceiverThatDoesNotReadHoldsUpTheClientAlone) {
 /** The frames that the receiver sends before the end of a transfer, and those kept of them. */
 TEST_F(HotStart, ATransferKeepsWhatBelongsIntoTheRecord) {
     Captured output(std::cout);
-    const std::size_t before = unit().ear->commands().size();
     Asked library(tell);
-    ASSERT_EQ(unit().ear->commandAfter(before), "INIT_DATA_TRANSFER_OUT_LNAV");
+    ASSERT_EQ(library.sent, "INIT_DATA_TRANSFER_OUT_LNAV");
     unit().respond("INIT_DATA_TRANSFER_OUT_LNAV_ACK");
     const auto send = [](const bench::Bytes& frame) { unit().send(Channel::DtOut, frame); };
     send(frameOf(5120, 44));  // before the start
@@ -372,9 +344,7 @@ TEST_F(HotStart, ATransferKeepsWhatBelongsIntoTheRecord) {
 }
 
 TEST_F(HotStart, AFullRecordTakesNoMoreYetEnds) {
-    const std::size_t before = unit().ear->commands().size();
     Asked library(tell);
-    unit().ear->commandAfter(before);
     unit().send(Channel::DtOut, bytesOf(startFrame));
     for (int i = 0; i < 302; ++i) {
         unit().send(Channel::DtOut, frameOf(5120, i < 300 ? 44 : 2040));
@@ -389,15 +359,13 @@ TEST_F(HotStart, ATransferThatDoesNotComeTellsNothing) {
     Server::transferStartLimit = 100ms;
     EXPECT_EQ(answered(tell, {}), 0);
     EXPECT_TRUE(unit().ear->hearsEvent("FAILED to receive the start of DT message"));
-    unit().ear->forgetEvents();
+    unit().ear->forget();
     EXPECT_EQ(answered(tell, {"INIT_DATA_TRANSFER_OUT_LNAV_NACK"}), 0);
     EXPECT_TRUE(unit().ear->hearsEvent("FAILED to receive the start of DT message"));
 
     Server::transferStartLimit = patience;
     Server::transferLimit = 100ms;
-    const std::size_t before = unit().ear->commands().size();
     Asked library(tell);
-    unit().ear->commandAfter(before);
     tell();  // one at a time: returns at once
     unit().send(Channel::DtOut, bytesOf(startFrame));
     library.result();
@@ -430,12 +398,10 @@ TEST_F(HotStart, TheDefaultRecordIsMessage5127) {
  *  came from, later ones are refused. */
 TEST_F(HotStart, ASanitizeLetsEndWhatRunsAndRefusesTheRest) {
     const auto record = recordOf(3);
-    std::size_t before = freshUnit().ear->commands().size();
-    unit().ear->forgetEvents();
+    freshUnit();
+    unit().ear->forget();
     Asked byPort(port("J3COM1"));
-    before += unit().ear->commandAfter(before).empty() ? 0 : 1;
     Asked byData(data(*record));
-    before += unit().ear->commandAfter(before).empty() ? 0 : 1;
     unit().command("START_ZEROIZE");
     EXPECT_TRUE(eventually([] {
         const auto calls = ConnectedServer::calls();
@@ -466,7 +432,7 @@ TEST_F(HotStart, ASanitizeLetsEndWhatRunsAndRefusesTheRest) {
     }
     EXPECT_THAT(ConnectedServer::calls(), Not(Contains(StartsWith("Tell"))));
     EXPECT_FALSE(unit().hasSent(Channel::HcTyr));
-    EXPECT_EQ(unit().ear->commands().size(), before);
+    EXPECT_EQ(unit().ear->unheard(), 0U);
     EXPECT_EQ(fake::snapshot().callsOnDeleted, 0);
     s_unit.reset();
 }
@@ -481,20 +447,15 @@ TEST_F(HotStart, TheEndWaitsForRequestsNoLongerThanTheyDo) {
     mcsWriterPort::writeLimit = 700ms;
     unit().resize(Channel::HcTyr, 4096);
     const auto record = recordOf(3, 300);
-    std::size_t before = unit().ear->commands().size();
     Asked byPort(port("J3COM1"));
-    before += unit().ear->commandAfter(before).empty() ? 0 : 1;
     Asked byData(data(*record));
-    before += unit().ear->commandAfter(before).empty() ? 0 : 1;
     Asked telling(tell);
-    before += unit().ear->commandAfter(before).empty() ? 0 : 1;
     unit().send(Channel::DtOut, bytesOf(startFrame));
     std::atomic<int> written{0};
-    Asked writing([&] {
-        for (int i = 0; i < 30; ++i, ++written) {
+    const auto writing = std::async(std::launch::async, [&] {
+        for (; written < 30; ++written) {
             unit().ask([](VgpssService& at) { return at.setMissionDuration(at.data, &at, 1); });
         }
-        return 0;
     });
     EXPECT_TRUE(eventually([&] { return written > 10; }));
     const auto start = std::chrono::steady_clock::now();
@@ -503,7 +464,7 @@ TEST_F(HotStart, TheEndWaitsForRequestsNoLongerThanTheyDo) {
     EXPECT_EQ(byPort.result(), 1);
     EXPECT_EQ(byData.result(), 1);
     telling.result();
-    writing.result();
+    writing.wait();
     EXPECT_EQ(recordsTold(), 0U);
     EXPECT_FALSE(unit().hasSent(Channel::DtIn));
     EXPECT_EQ(fake::snapshot().callsOnDeleted, 0);
@@ -518,9 +479,7 @@ TEST_F(HotStart, AStopEndsATransferToASlowReceiver) {
     for (auto& message : record->messages) {
         message.length = 2000;
     }
-    const std::size_t before = unit().ear->commands().size();
     Asked client(data(*record));
-    unit().ear->commandAfter(before);
     unit().respond("INIT_WARMSTART_ACK");
     expectPlayed(0, bytesOf(startFrame));
     unit().transition(ConnectedServer::Requested::STOP);

@@ -195,7 +195,7 @@ TEST_F(Settings, TheOperatingModeStaysTheReceivers) {
 
 TEST_F(Settings, AReceiverThatDoesNotReadCostsItsWriterATimeoutAndNobodyElse) {
     const auto before = std::exchange(mcsWriterPort::writeLimit, 300ms);
-    unit().ear->forgetEvents();
+    unit().ear->forget();
     unit().resize(Channel::HcTyr, 4096);
     // The first write without room waits, the others don't.
     std::thread client([&] {

@@ -81,6 +81,7 @@ int VGpsReceiverServer::setReceiverHotStartPortCallbackMethod(VgpssService* serv
         return 1;
     }
     const AtEnd release([this] {
+        const MutexLock lock(m_hotStartMutex);
         HotStartState unanswered = HotStartState::requested;
         m_hotStartState.compare_exchange_strong(unanswered, HotStartState::idle);
     });
