@@ -11,7 +11,7 @@ constexpr unsigned syncWord = 0x81FF;
 constexpr std::size_t headerBytes = 10;
 
 unsigned word(std::span<const std::uint8_t> bytes, std::size_t index) {
-    return bytes[2 * index] | bytes[2 * index + 1] << 8;
+    return bytes[2 * index] + 256U * bytes[2 * index + 1];
 }
 
 /** Whether all words, a checksum among them, add up to 0. */

@@ -33,8 +33,8 @@ std::string words(const ServerProcess::Ending& ending) {
 Run::Run(const RunOptions& options) : m_options(options), m_source(sourceOf(options)) {
     if (options.keep) {
         m_root.keep();
-        printLine("Device root: ", m_root.path().string());
     }
+    printLine("Device root: ", m_root.path().string());
     edit();
     m_fpga.emplace(m_root);
     m_ports.emplace(m_root);

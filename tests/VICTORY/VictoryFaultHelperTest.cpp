@@ -213,6 +213,7 @@ protected:
         VGpsReceiverServer::faultTestPollMs = 0;
     }
     ~FaultTestMode() override {
+        server.Stop();
         ::dup2(m_terminal, STDIN_FILENO);
         ::close(m_terminal);
         ::close(m_keys);
