@@ -53,6 +53,9 @@ EventTypes::eEventType FaultHysteresis::record(EventTypes::eEventType type, cons
                                                const std::string& place) {
     const Clock::time_point now = m_now();
     const utilities::MutexLock lock(m_mutex);
+    if (m_historySize == 0) {  // turned off since it was looked at
+        return type;
+    }
     service(now);
     fault_entry& entry = newest();
     entry.key.assign(file).append(place);
@@ -63,7 +66,8 @@ EventTypes::eEventType FaultHysteresis::record(EventTypes::eEventType type, cons
 FaultHysteresis::fault_entry& FaultHysteresis::newest() {
     const auto bound = static_cast<std::size_t>(m_historySize);
     if (m_count == m_history.size() && m_count < bound) {
-        std::ranges::rotate(m_history, m_history.begin() + static_cast<std::ptrdiff_t>(m_oldest));
+        const auto oldest = m_history.begin() + static_cast<std::ptrdiff_t>(m_oldest);
+        std::rotate(m_history.begin(), oldest, m_history.end());
         m_oldest = 0;
         m_history.resize(std::min(bound, 2 * m_count + 1));
     }

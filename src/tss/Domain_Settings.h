@@ -28,8 +28,8 @@ Domain_Settings readDomainSettings(Configuration& config, int handle, RETURN_COD
 
 /** The attributes of a participant called `name`; empty, with the reason on standard error, when
  *  none can be made of these settings or when it could not talk: a domain whose ports don't exist,
- * a TCP port of 0 or that is taken, a TCP peer without an address. A "UseTransport" of another name
- *  than the four gives no transport. So does not an unreadable address of a TCP server, which is
+ *  a TCP port of 0 or that is taken, a TCP peer without an address. A "UseTransport" of another
+ * name than the four gives no transport. An unreadable address of a TCP server is no failure: it is
  * then reached at its own addresses alone.
  */
 std::optional<eprosima::fastrtps::ParticipantAttributes> participantAttributes(

@@ -75,8 +75,8 @@ public:
 
     /** Makes the participant. May be repeated after a failure. NO_ACTION: initialized already;
      *  NOT_AVAILABLE: no configuration set, or its file or container not there; INVALID_CONFIG: a
-     *  parameter missing or empty, or the participant can't be made. Each but the first says so on
-     *  the console.
+     *  parameter missing or empty, or the participant can't be made. What fails for the
+     *  file's or the network's sake says so on the console.
      */
     void Initialize(const String& file, RETURN_CODE_TYPE::Value& rc) override;
 

@@ -24,9 +24,9 @@ namespace FACE::TSS::Details {
  *  else. Registering runs on one thread; Send_Message on any number at once.
  *
  *  Codes that Register_Sender, Register_Callback and Send_Message share: NOT_AVAILABLE: transport
- *  not initialized; INVALID_PARAM: no such connection; CONNECTION_CLOSED: the library refuses, or
- *  the connection carries another type than T, with a line on standard error; NO_ACTION: whatever
- *  else goes wrong.
+ *  not initialized; INVALID_PARAM: no such connection; CONNECTION_CLOSED: the library refuses,
+ *  or, when registering, the connection carries another type than T, with a line on standard error;
+ *  NO_ACTION: whatever else goes wrong. Send_Message trusts the T that was registered.
  */
 template <typename T>
 class HC_TypedTS : public TypedTS<T>, public Base_Injectable::Injectable {

@@ -12,29 +12,13 @@ using utilities::concat;
 
 namespace {
 
-/** Command of each type, and the word that its final reply begins with. */
-struct TypeWords {
-    std::string_view command;
-    std::string_view completion;
-};
-
-constexpr std::array<TypeWords, 4> typeWords{{
-    {"none", "none"},
-    {Sys::CommandString::RequestZeroize, Sys::ResponseString::SystemZeroize},
-    {Sys::CommandString::RequestDestroy, Sys::ResponseString::SystemDestroy},
-    {Sys::CommandString::TyrnCVZeroize, Sys::CommandString::TyrnCVZeroize},
-}};
-
-constexpr std::array<std::string_view, 3> stateNames{"Idle", "Clear data requested",
-                                                     "Clear data in-progress"};
-
-TypeWords wordsOf(int type) {
-    const auto index = static_cast<std::size_t>(type);
-    return index < typeWords.size() ? typeWords[index] : TypeWords{};
-}
-
-std::string_view stateNameOf(std::size_t state) {
-    return state < stateNames.size() ? stateNames[state] : "unknown clear data type";
+/** A text of a table; what the table lacks reads as `missing`. */
+template <std::size_t size>
+std::string_view textOf(const std::array<std::string_view, size>& table, int index,
+                        std::string_view missing) {
+    return index >= 0 && static_cast<std::size_t>(index) < size
+               ? table[static_cast<std::size_t>(index)]
+               : missing;
 }
 
 /** Any count of seconds as a period; the timers bound what the clock can't hold. */
@@ -86,6 +70,19 @@ private:
     bool m_won = false;
 };
 
+constexpr std::array<std::string_view, 4> ClearDataCommand::m_clearRequestCommands{
+    "none", Sys::CommandString::RequestZeroize, Sys::CommandString::RequestDestroy,
+    Sys::CommandString::TyrnCVZeroize};
+constexpr std::array<std::string_view, 4> ClearDataCommand::m_clearCompleteResponses{
+    "none", Sys::ResponseString::SystemZeroize, Sys::ResponseString::SystemDestroy,
+    Sys::CommandString::TyrnCVZeroize};
+constexpr std::array<std::string_view, 3> ClearDataCommand::m_clearStateNames{
+    "Idle", "Clear data requested", "Clear data in-progress"};
+
+std::string_view ClearDataCommand::clearStateName(int state) {
+    return textOf(m_clearStateNames, state, "unknown clear data type");
+}
+
 ClearDataCommand::ClearDataCommand(std::string serverName) : m_serverName(std::move(serverName)) {}
 
 void ClearDataCommand::setCommandResponseMessageCallback(CommandResponseMessageCallback callback) {
@@ -105,7 +102,7 @@ void ClearDataCommand::setClearDataRequestTimeout(std::int64_t seconds) {
 }
 
 std::string_view ClearDataCommand::clearRequestCommand(int type) {
-    return wordsOf(type).command;
+    return textOf(m_clearRequestCommands, type, {});
 }
 
 void ClearDataCommand::say(HealthReporter::eEventType type, std::string_view operation,
@@ -152,7 +149,7 @@ bool ClearDataCommand::request(ClearDataType type) {
         const Operation active = m_operation;
         utilities::printLine(m_serverName, ": eClearType = ", clearRequestCommand(type),
                              ", m_eClearTypeRequested = ", clearRequestCommand(active.type),
-                             ", m_eClearDataState = ", stateNameOf(active.state));
+                             ", m_eClearDataState = ", clearStateName(active.state));
     }
     if (type == ClearDataNone) {
         say(HealthReporter::EVENT_WARNING, here,
@@ -193,9 +190,9 @@ std::optional<ClearDataCommand::Operation> ClearDataCommand::begin(ClearDataType
 }
 
 bool ClearDataCommand::refuse(ClearDataType type, Operation active) {
-    const std::string text =
-        concat(m_serverName, ": ", clearRequestCommand(type), " ignored due to clear command, ",
-               clearRequestCommand(active.type), ", already started: ", stateNameOf(active.state));
+    const std::string text = concat(
+        m_serverName, ": ", clearRequestCommand(type), " ignored due to clear command, ",
+        clearRequestCommand(active.type), ", already started: ", clearStateName(active.state));
     say(HealthReporter::EVENT_WARNING, "processClearDataRequestType", text);
     m_sendVDBCompleteWarningCallback(static_cast<ClearDataType>(active.type), false, text);
     return false;
@@ -289,7 +286,7 @@ bool ClearDataCommand::firstReply(const std::string& response) {
     if (active.state != ClearDataRequested) {
         say(HealthReporter::EVENT_ERROR, "processClearRequestedResponse",
             concat(m_serverName, ": Ignoring ", response, " during state, ",
-                   stateNameOf(active.state)),
+                   clearStateName(active.state)),
             true);
         return false;
     }
@@ -344,7 +341,7 @@ bool ClearDataCommand::processClearCompletedResponse(const std::string& response
 
 bool ClearDataCommand::finalReply(const std::string& response) {
     const Operation active = m_operation;
-    const std::string_view stem = wordsOf(active.type).completion;
+    const std::string_view stem = textOf(m_clearCompleteResponses, active.type, {});
     const bool pass = isReply(response, stem, Sys::ResponseString::Pass);
     if (!pass && !isReply(response, stem, Sys::ResponseString::Fail)) {
         return false;
@@ -352,7 +349,7 @@ bool ClearDataCommand::finalReply(const std::string& response) {
     if (active.state != ClearDataInProgress) {
         say(HealthReporter::EVENT_ERROR, "processClearCompletedResponse",
             concat(m_serverName, ": Ignoring ", response,
-                   " during state: ", stateNameOf(active.state)));
+                   " during state: ", clearStateName(active.state)));
         return false;
     }
     Ending ending(m_operation, active, ClearDataInProgress);

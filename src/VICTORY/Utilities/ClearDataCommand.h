@@ -4,6 +4,7 @@
  */
 #pragma once
 
+#include <array>
 #include <atomic>
 #include <chrono>
 #include <cstdint>
@@ -17,9 +18,9 @@
 #include "utilities/SourcePlace.h"
 #include "utilities/WatchdogTimer.h"
 
-/** Every operation ends with exactly one answer, whatever meets: of two requests at once one is
- *  carried out and the other refused; of a reply and a time-out at the same moment one ends the
- *  operation and the other finds it ended. What decides is one atomic word.
+/** Every operation ends with exactly one answer, whatever meets, unless a callback throws: of two
+ * requests at once one is carried out and the other refused; of a reply and a time-out at the same
+ * moment one ends the operation and the other finds it ended. What decides is one atomic word.
  *
  *  Threads: requests come on the bus's callback threads and wait there; replies on the listener
  *  thread of the system's topics; the long time-out on the watchdog's own thread.
@@ -72,6 +73,12 @@ public:
     static std::string_view clearRequestCommand(int type);
 
 private:
+    /** Command of each type; the word that its final reply begins with; name of each state. */
+    static const std::array<std::string_view, 4> m_clearRequestCommands;
+    static const std::array<std::string_view, 4> m_clearCompleteResponses;
+    static const std::array<std::string_view, 3> m_clearStateNames;
+    static std::string_view clearStateName(int state);
+
     /** The operation under way, in one word. Begins and ends by compare and swap, so that each step
      *  has one winner; becomes acknowledged under the mutex. */
     struct Operation {

@@ -1,6 +1,7 @@
 #include "VICTORY/VGpsReceiverServer/VGpsReceiverServer.h"
 
 #include "PCSMaintReporter/PCSMaintReporter.h"
+#include "platform/FPGA.h"
 #include "utilities/Console.h"
 
 using FACE::RETURN_CODE_TYPE;
@@ -21,6 +22,7 @@ VGpsReceiverServer::~VGpsReceiverServer() {
     m_sanitizer.stop();
     HealthReporter::Instance().DoneHealthReporter();
     PCSMaintReporter::Instance().DoneMaintReporter();
+    FpgaFace::Instance().DoneFpga();
     disconnectTransport();
     vgpssDeleteService(m_vgpssService.take());
     m_gssipMcsq.reset();

@@ -9,8 +9,8 @@
  *  | VGpsReceiverServerConfiguration.cpp | configuration | main |
  *  | VGpsReceiverServerFramework.cpp | connecting, disconnecting | main |
  *  | VGpsReceiverServerGssip.cpp | receiver traffic | queue callback; WriteBytes: any |
- *  | VGpsReceiverServerCommands.cpp | system topics, bus commands | transport, library |
- *  | VGpsReceiverServerVictory.cpp | the service's bring-up | main, sanitizer |
+ *  | VGpsReceiverServerCommands.cpp | system topics, bus commands | transport, library, sanitizer |
+ *  | VGpsReceiverServerVictory.cpp | the service's bring-up | main, sanitizer; VCL save: library |
  *  | VGpsReceiverServerSettings.cpp | settings of the receiver | library |
  *  | VGpsReceiverServerHotStart.cpp | hot start, data transfer | library; cbDtOut: queue callback |
  *  | VGpsReceiverServerStatus.cpp | receiver status, status 2 | queue callback, library |
@@ -160,8 +160,8 @@ public:
      */
     int WriteBytes(const void* bytes, unsigned int length) override;
 
-    // System topics, on threads of the transport, one sample of a connection at a time, with no
-    // lock of ours held. Neither lets an exception out.
+    // System topics, on threads of the transport or of a sender of this process, one sample of a
+    // connection at a time, with no lock of ours held. Neither lets an exception out.
 
     /** Takes a command that any server sent; one that is known is carried out and answered. */
     void cbCmd(const aspn2_msgs::idl::CommandResponse& message);
@@ -405,6 +405,7 @@ private:
     // what the sending needs.
     /** @return whether the hot start is ours to request: none was under way */
     bool beginHotStart();
+    void endHotStartRequest();
     /** @return whether the answer was an acknowledgement */
     bool requestHotStart(const std::string& text);
     bool requestWarmStart();
@@ -541,6 +542,8 @@ private:
     /** Changes under the mutex, save by the watchdog. */
     std::atomic<HotStartState> m_hotStartState{HotStartState::idle};
     bool m_hotStartResponse GUARDED_BY(m_hotStartMutex) = false;
+    /** A client is at its request, answered or not: the answer waits for nobody else. */
+    bool m_hotStartBusy GUARDED_BY(m_hotStartMutex) = false;
     /** An acknowledgement has come. The state alone could not tell: it may have ended already. */
     bool m_hotStartAccepted GUARDED_BY(m_hotStartMutex) = false;
     utilities::Mutex m_warmStartMutex;

@@ -80,7 +80,7 @@ void VGpsReceiverServer::startSanitize(const CommandResponse& /*command*/) {
 }
 
 void VGpsReceiverServer::endReports() {
-    guardTopic("endReports", ": Unknown c++ exception occurred", [&] {
+    guardTopic("cbCmd", ": Unknown c++ exception in cbCmd.", [&] {
         if (!updateVDMdataRate(noReports)) {
             HealthReporter::Instance().SendEvent(
                 __FILE__, __LINE__, HealthReporter::EVENT_WARNING,
@@ -275,15 +275,20 @@ int VGpsReceiverServer::setCommands(const VgpsCommandData& commands) {
     const std::size_t count = std::min<std::size_t>(commands.commandCount, VGPSC_COMMANDS);
     bool done = true;
     for (std::size_t i = 0; i < count; ++i) {
-        const std::string refusal = refusalOf(commands.commands[i]);
+        // Answers are no longer taken: each of the rest would wait in vain, and the end for it.
+        if (i != 0 && m_state != FACE::LCM::Halcyrine::ReportedState::RUNNING) {
+            return 1;
+        }
+        const VgpsCommand& command = commands.commands[i];
+        if (command.commandName == zeroizeCommand && !m_quiet) {
+            printLine(baseName(__FILE__), "(", __LINE__, "), ", here,
+                      ": Received a ZEROIZE command.");
+        }
+        const std::string refusal = refusalOf(command);
         if (!refusal.empty()) {
             refuseCommand(refusal);
             done = false;
             continue;
-        }
-        if (!m_quiet) {
-            printLine(baseName(__FILE__), "(", __LINE__, "), ", here,
-                      ": Received a ZEROIZE command.");
         }
         // Waits for the answer of the server that holds the keys.
         done =

@@ -111,6 +111,7 @@ void VGpsReceiverServer::Framework_Disconnect(ReturnCode& rc) {
     FpgaFace::Instance().DoneFpga();
     disconnectTransport();
     vgpssDeleteService(m_vgpssService.take());
+    m_victoryRunning = false;
     rc = RETURN_CODE_TYPE::NO_ERROR;
 }
 

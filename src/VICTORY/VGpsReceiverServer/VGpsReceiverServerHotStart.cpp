@@ -80,11 +80,7 @@ int VGpsReceiverServer::setReceiverHotStartPortCallbackMethod(VgpssService* serv
     if (row == belvoPortStrings.end() || !beginHotStart()) {
         return 1;
     }
-    const AtEnd release([this] {
-        const MutexLock lock(m_hotStartMutex);
-        HotStartState unanswered = HotStartState::requested;
-        m_hotStartState.compare_exchange_strong(unanswered, HotStartState::idle);
-    });
+    const AtEnd release([this] { endHotStartRequest(); });
     const auto token =
         lutBelvoPortStrings.at(static_cast<std::size_t>(row - belvoPortStrings.begin()));
     const bool accepted =
@@ -100,13 +96,22 @@ int VGpsReceiverServer::setReceiverHotStartPortCallbackMethod(VgpssService* serv
 
 bool VGpsReceiverServer::beginHotStart() {
     const MutexLock lock(m_hotStartMutex);
-    HotStartState idle = HotStartState::idle;
-    if (!m_hotStartState.compare_exchange_strong(idle, HotStartState::requested)) {
+    if (m_hotStartBusy || m_hotStartState != HotStartState::idle) {
         return false;
     }
+    m_hotStartBusy = true;
+    m_hotStartState = HotStartState::requested;
     m_hotStartResponse = false;
     m_hotStartAccepted = false;
     return true;
+}
+
+void VGpsReceiverServer::endHotStartRequest() {
+    const MutexLock lock(m_hotStartMutex);
+    m_hotStartBusy = false;
+    if (m_hotStartState == HotStartState::requested) {
+        m_hotStartState = HotStartState::idle;
+    }
 }
 
 bool VGpsReceiverServer::requestHotStart(const std::string& text) {
@@ -230,7 +235,7 @@ void VGpsReceiverServer::tellReceiverHotstartData(VgpssService* service) {
     if (!sendCommandResponseMessage(std::string(Sys::CommandString::InitDataTransferOutLNav))) {
         return;
     }
-    const MutexLock lock(m_dtMutex);
+    MutexLock lock(m_dtMutex);
     if (!awaitTransfer(TransferState::collecting, transferStartLimit)) {
         warn("FAILED to receive the start of DT message");
     } else if (!awaitTransfer(TransferState::complete, transferLimit)) {
@@ -238,10 +243,11 @@ void VGpsReceiverServer::tellReceiverHotstartData(VgpssService* service) {
     } else {
         vgpssTellDeviceReceiverHotStartData(service, *m_hotStartData);
     }
-    if (m_dtRefusedFrames != 0) {
-        report(concat(m_serverName, ": Refused ", m_dtRefusedFrames,
-                      " data transfer frames longer than ", int{VGPSC_HOT_START_MESSAGE_BYTES},
-                      " bytes"));
+    const unsigned refused = m_dtRefusedFrames;
+    lock.unlock();  // the queue's thread may want it
+    if (refused != 0) {
+        report(concat(m_serverName, ": Refused ", refused, " data transfer frames longer than ",
+                      int{VGPSC_HOT_START_MESSAGE_BYTES}, " bytes"));
     }
 }
 

@@ -63,7 +63,12 @@ bool VGpsReceiverServer::bringUpVictory(const char* text) {
     if (m_debug) {
         printLine(m_serverName, ": done. Starting VICTORY gps server...");
     }
-    vgpssStartService(service);
+    if (vgpssStartService(service) != 0) {
+        m_victoryRunning = false;
+        vgpssDeleteService(m_vgpssService.take());
+        report(m_serverName + ": VgpssService could not be started");
+        return false;
+    }
     initVictoryManagementData(service);
     m_victoryRunning = true;
     const std::string started = m_serverName + ": VgpssService started";
