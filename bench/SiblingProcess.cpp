@@ -1,9 +1,6 @@
 #include "bench/SiblingProcess.h"
 
-#include <unistd.h>
-
 #include <algorithm>
-#include <atomic>
 #include <csignal>
 #include <stdexcept>
 #include <string_view>
@@ -20,11 +17,6 @@ constexpr auto patience = 10s;
 constexpr auto lookAround = 2ms;
 
 }  // namespace
-
-unsigned SiblingProcess::freshDomain() {
-    static std::atomic<unsigned> count{0};
-    return (static_cast<unsigned>(::getpid()) * 13U + count++) % 200U + 1U;
-}
 
 ServerProcess::Command SiblingProcess::commandFor(DeviceRoot& root,
                                                   const std::filesystem::path& program,

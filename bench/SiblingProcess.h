@@ -14,9 +14,6 @@ namespace bench {
 /** aspnctl at play on the topics of a unit, with its lines in our hands. One thread at a time. */
 class SiblingProcess {
 public:
-    /** A domain of this process and this moment, so that runs side by side don't meet. */
-    static unsigned freshDomain();
-
     /** Moves the unit to the domain, so make it before the server starts. Unlike the server the
      *  siblings hear what was sent before they came: no event of the server's start is missed.
      *  Raises what ServerProcess and DeviceRoot raise. */

@@ -59,13 +59,27 @@ function(hc_library name)
     endif()
 endfunction()
 
-# hc_test(<name> <folder> <libs>...)
-# One GoogleTest program of all sources of tests/<folder>.
+# hc_test(<name> <folder> [SHARDS <n>] <libs>...)
+# One GoogleTest program of all sources of tests/<folder>, run in n parts side by side.
 function(hc_test name folder)
+    cmake_parse_arguments(arg "" "SHARDS" "" ${ARGN})
     file(GLOB sources CONFIGURE_DEPENDS "${CMAKE_SOURCE_DIR}/tests/${folder}/*.cpp")
     add_executable(${name} ${sources})
     target_include_directories(${name} PRIVATE "${CMAKE_SOURCE_DIR}/tests")
-    target_link_libraries(${name} PRIVATE ${ARGN} GTest::gmock_main hc_options)
-    add_test(NAME ${name} COMMAND ${name})
-    set_tests_properties(${name} PROPERTIES TIMEOUT 300)
+    target_link_libraries(${name} PRIVATE ${arg_UNPARSED_ARGUMENTS} GTest::gmock_main hc_options)
+    if(NOT arg_SHARDS)
+        add_test(NAME ${name} COMMAND ${name})
+        set_tests_properties(${name} PROPERTIES TIMEOUT 300)
+        return()
+    endif()
+    math(EXPR last "${arg_SHARDS} - 1")
+    foreach(index RANGE ${last})
+        # Each part has a report of its own: left to themselves they may pick the same name.
+        add_test(NAME ${name}_${index} COMMAND sh -c
+            "GTEST_OUTPUT=\${GTEST_OUTPUT:+\${GTEST_OUTPUT}${name}_${index}.json} exec $<TARGET_FILE:${name}>")
+        set_tests_properties(${name}_${index} PROPERTIES
+            TIMEOUT 300
+            COST 100
+            ENVIRONMENT "GTEST_TOTAL_SHARDS=${arg_SHARDS};GTEST_SHARD_INDEX=${index}")
+    endforeach()
 endfunction()

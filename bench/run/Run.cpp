@@ -38,7 +38,7 @@ Run::Run(const RunOptions& options) : m_options(options), m_source(sourceOf(opti
     edit();
     m_fpga.emplace(m_root);
     m_ports.emplace(m_root);
-    m_siblings.emplace(m_root, options.siblings, SiblingProcess::freshDomain());
+    m_siblings.emplace(m_root, options.siblings, freshDomain());
     m_siblings->answer("pass");
     m_server.emplace(ServerProcess::Command{options.server,
                                             {DeviceRoot::serverArgument()},

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "bench/DeviceRoot.h"
+#include "bench/FreshDomain.h"
 #include "bench/ServerProcess.h"
 #include "bench/SiblingProcess.h"
 #include "bench/siblings/AnyTopic.h"
@@ -123,7 +124,7 @@ int showTopic(const std::string& type) {
         return listTypes(type == "help" ? "" : type);
     }
     DeviceRoot root;
-    const unsigned domain = SiblingProcess::freshDomain();
+    const unsigned domain = freshDomain();
     root.setParameter(connectionsFile, "FastRtps", "DomainId", std::to_string(domain));
     root.setParameter(connectionsFile, "FastRtps", "BackFillHistory", "true");
     root.addContainer(connectionsFile, type);

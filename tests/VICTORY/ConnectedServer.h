@@ -17,6 +17,7 @@
 #include "bench/DeviceRoot.h"
 #include "bench/FpgaFile.h"
 #include "bench/FrameBuilder.h"
+#include "bench/FreshDomain.h"
 #include "bench/ReceiverPorts.h"
 #include "bench/SiblingProcess.h"
 #include "face/HC_Config.h"
@@ -131,7 +132,7 @@ public:
         fake::reset();
         setenv("HALCYRINE_ROOT", root.path().c_str(), 1);
         root.setParameter(bench::connectionsFile, "FastRtps", "DomainId",
-                          std::to_string(bench::SiblingProcess::freshDomain()));
+                          std::to_string(bench::freshDomain()));
         root.setParameter(bench::serverFile, "VGpsReceiverServer", "PARAM_1",
                           quiet ? "true" : "false");
         root.setParameter(bench::serverFile, "VGpsReceiverServer", "PARAM_2", "true");

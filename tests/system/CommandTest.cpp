@@ -14,11 +14,7 @@ constexpr unsigned char systemController = 53;
 /** A unit, and this process a sibling on its topics, in a domain of its own. */
 class Commands : public Unit {
 protected:
-    Commands() {
-        root.setParameter(bench::connectionsFile, "FastRtps", "DomainId",
-                          std::to_string(bench::SiblingProcess::freshDomain()));
-        root.setParameter(bench::serverFile, "VGpsReceiverServer", "PARAM_5", "2");
-    }
+    Commands() { root.setParameter(bench::serverFile, "VGpsReceiverServer", "PARAM_5", "2"); }
     void startAndJoin() {
         startAndRun();
         sibling.emplace(systemController, root.configFile(bench::connectionsFile).string(),

@@ -14,6 +14,7 @@ protected:
         server.emplace(bench::ServerProcess::Command{
             SERVER_PROGRAM, {root.serverArgument()}, environment, terminal});
         ASSERT_TRUE(eventually([this] { return catches(SIGTERM); })) << output();
+        bus();
     }
     /** The faults that the bus shows next. */
     std::optional<nlohmann::json> nextFaults() {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "bench/FreshDomain.h"
 #include "bench/SiblingProcess.h"
 #include "system/Unit.h"
 
@@ -12,13 +13,18 @@ protected:
     void startAndJoin() {
         startAndRun();
         ASSERT_TRUE(siblings->join(bench::within(patience))) << output();
+        bus();
     }
     bool heard(const std::string& sort, const std::string& text, std::size_t from = 0) {
         return siblings->hear(sort, text, bench::within(patience), from);
     }
+    /** The same, and no second one so far. */
+    bool heardOnce(const std::string& sort, const std::string& text, std::size_t from = 0) {
+        return heard(sort, text, from) && siblings->count(sort, text, from) == 1;
+    }
 
     static inline const std::filesystem::path aspnctl =
         std::filesystem::path(SERVER_PROGRAM).replace_filename("aspnctl");
-    const unsigned domain = bench::SiblingProcess::freshDomain();
+    const unsigned domain = bench::freshDomain();
     std::optional<bench::SiblingProcess> siblings{std::in_place, root, aspnctl, domain};
 };

@@ -182,6 +182,7 @@ TEST_F(Talkative, PrintsFramesAndDecisionsInWholeLines) {
     bus();
     sendPair(9);
     ASSERT_TRUE(statusAt(9));
+    ASSERT_TRUE(server->waitForLine("deltaTov: 0", bench::within(patience)));
     EXPECT_THAT(output(), HasSubstr("VGpsReceiverServer: cbGssipHeader:  81FF 13B0 0058 9000 "));
     EXPECT_THAT(output(),
                 HasSubstr("VGpsReceiverServer: cbGssip: Victory GpsReceiverStatus Messages "

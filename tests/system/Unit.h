@@ -16,6 +16,7 @@
 #include "bench/DeviceRoot.h"
 #include "bench/FpgaFile.h"
 #include "bench/FrameBuilder.h"
+#include "bench/FreshDomain.h"
 #include "bench/ReceiverPorts.h"
 #include "bench/ServerProcess.h"
 #include "support/Eventually.h"
@@ -31,7 +32,11 @@ protected:
     /** Whatever is slower than this on the slowest machine has hung. */
     static constexpr auto patience = 20s;
 
-    Unit() : fpga(root), receiver(root) { root.setUpdatePeriods(0); }
+    Unit() : fpga(root), receiver(root) {
+        root.setUpdatePeriods(0);
+        root.setParameter(bench::connectionsFile, "FastRtps", "DomainId",
+                          std::to_string(bench::freshDomain()));
+    }
 
     void start() { launch({root.serverArgument()}); }
     void launch(std::vector<std::string> arguments) {
