@@ -30,8 +30,8 @@ public:
     static inline std::chrono::nanoseconds configRepeatDuration = std::chrono::seconds(300);
     /** How long the publisher waits for an event before it looks whether it is to end. */
     static constexpr std::chrono::nanoseconds eventQPollDuration = std::chrono::milliseconds(500);
-    /** Behind each event published. */
-    static constexpr std::chrono::nanoseconds publishPause = std::chrono::milliseconds(100);
+    /** Behind each event published; a test may shorten it before InitHealthReporter. */
+    static inline std::chrono::nanoseconds publishPause = std::chrono::milliseconds(100);
 
     /** The one of the process, made at first use. */
     static HealthReporter& Instance();

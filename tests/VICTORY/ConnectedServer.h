@@ -11,6 +11,7 @@
 #include <thread>
 #include <vector>
 
+#include "ASPN/HealthReporter.h"
 #include "VICTORY/FakeVictory.h"
 #include "VICTORY/VGpsReceiverServer/VGpsReceiverServer.h"
 #include "bench/Descriptor.h"
@@ -28,6 +29,10 @@ using namespace std::chrono_literals;
 /** Whatever is slower than this on the slowest machine has hung. */
 inline constexpr auto patience = 20s;
 
+/** Shortened before any publisher runs. */
+inline const auto publishPauseBefore =
+    std::exchange(HealthReporter::publishPause, std::chrono::nanoseconds(1ms));
+
 /** Texts in the order of their arrival, for any thread. */
 class Texts {
 public:
@@ -35,9 +40,12 @@ public:
         const utilities::MutexLock lock(m_mutex);
         m_texts.push_back(text);
     }
-    /** There is one. */
+    /** Empty when there is none. */
     std::string takeFirst() {
         const utilities::MutexLock lock(m_mutex);
+        if (m_texts.empty()) {
+            return {};
+        }
         std::string text = std::move(m_texts.front());
         m_texts.erase(m_texts.begin());
         return text;
@@ -76,19 +84,13 @@ public:
 
     /** Waits for the next command that has not been asked for yet; empty when none comes. */
     std::string nextCommand() {
-        return eventually([this] { return unheard() > 0; }) ? m_heardCommands.takeFirst()
-                                                            : std::string();
+        eventually([this] { return unheard() > 0; });
+        return m_heardCommands.takeFirst();
     }
     std::size_t unheard() { return m_heardCommands.all().size(); }
     bool hearsEvent(const std::string& text, std::chrono::milliseconds limit = patience) {
-        return eventually(
-            [&] {
-                const auto events = m_heardEvents.all();
-                return std::ranges::any_of(events, [&](const std::string& event) {
-                    return event.find(text) != std::string::npos;
-                });
-            },
-            limit);
+        const auto isIt = [&](const std::string& event) { return event.find(text) != event.npos; };
+        return eventually([&] { return std::ranges::any_of(m_heardEvents.all(), isIt); }, limit);
     }
     void forget() {
         m_heardCommands.clear();
@@ -127,26 +129,23 @@ public:
     using Channel = bench::ReceiverPorts::Channel;
     using Requested = FACE::LCM::Halcyrine::RequestedState;
 
-    /** A server that is quiet prints only what it reports. */
-    explicit ConnectedServer(bool quiet = true) : fpga(root), receiver(root) {
+    ConnectedServer() : fpga(root), receiver(root) {
         fake::reset();
         setenv("HALCYRINE_ROOT", root.path().c_str(), 1);
         root.setParameter(bench::connectionsFile, "FastRtps", "DomainId",
                           std::to_string(bench::freshDomain()));
-        root.setParameter(bench::serverFile, "VGpsReceiverServer", "PARAM_1",
-                          quiet ? "true" : "false");
+        root.setParameter(bench::serverFile, "VGpsReceiverServer", "PARAM_1", "false");
         root.setParameter(bench::serverFile, "VGpsReceiverServer", "PARAM_2", "true");
         ear.emplace("/opt/halcyrine/config/Connections.xml");
         FACE::RETURN_CODE_TYPE::Value rc{};
         server->Configure(bench::DeviceRoot::serverArgument().c_str(), rc);
         server->Framework_Connect("", rc);
         EXPECT_EQ(rc, FACE::RETURN_CODE_TYPE::NO_ERROR);
-        // The queue of events is the process's own: while it is full of what tests before have
-        // said, this one is dropped.
+        // While the process's queue is full of what tests before have said, this one is dropped.
         EXPECT_TRUE(eventually([this] {
             transition(Requested::STOP);
             transition(Requested::START);
-            return ear->hearsEvent("started successfully", 2s);
+            return ear->hearsEvent("started successfully", 300ms);
         }));
         fake::with([this](const fake::Victory& victory) {
             bringUpCalls = victory.calls;
@@ -258,7 +257,7 @@ protected:
     }
     static ConnectedServer& unit() {
         if (!s_unit) {
-            s_unit = std::make_unique<ConnectedServer>(false);
+            s_unit = std::make_unique<ConnectedServer>();
         }
         return *s_unit;
     }

@@ -2,7 +2,8 @@
 
 #include <cstring>
 #include <memory>
-#include <sstream>
+
+#include "utilities/Console.h"
 
 namespace fake {
 namespace {
@@ -15,16 +16,17 @@ std::vector<std::unique_ptr<VgpssService>> g_services GUARDED_BY(g_mutex);
 VgpssService* g_standing GUARDED_BY(g_mutex) = nullptr;
 int g_callbacks GUARDED_BY(g_mutex) = 0;
 
+/** Notes a call in words of its parts. */
 template <typename... Parts>
 void note(VgpssService* service, const Parts&... parts) REQUIRES(g_mutex) {
-    std::ostringstream text;
-    (text << ... << parts);
-    g_victory.calls.push_back(text.str());
-    if (service != g_standing) {
-        ++g_victory.callsOnDeleted;
-    }
+    g_victory.calls.push_back(utilities::concat(parts...));
+    g_victory.callsOnDeleted += service == g_standing ? 0 : 1;
 }
-
+template <typename... Parts>
+void tell(VgpssService* service, const Parts&... parts) EXCLUDES(g_mutex) {
+    const utilities::MutexLock lock(g_mutex);
+    note(service, parts...);
+}
 template <typename Record>
 void keep(std::vector<Told<Record>> Victory::*list, const char* name, VgpssService* service,
           unsigned count, const Record& record, const VgpscDateTime* date) EXCLUDES(g_mutex) {
@@ -33,8 +35,6 @@ void keep(std::vector<Told<Record>> Victory::*list, const char* name, VgpssServi
     (g_victory.*list)
         .push_back({count, record, date == nullptr ? std::nullopt : std::optional(*date)});
 }
-
-/** Registers a callback of any kind. */
 template <typename Callback>
 void install(VgpssService* service, const char* name, Callback VgpssService::*slot,
              Callback callback, void* data) EXCLUDES(g_mutex) {
@@ -141,98 +141,72 @@ int vgpssStartService(VgpssService* service) {
 }
 
 void vgpssInitPubGroup(VgpssService* service, int group, double periodSeconds) {
-    const utilities::MutexLock lock(g_mutex);
-    note(service, "InitPubGroup ", group, ' ', periodSeconds);
+    tell(service, "InitPubGroup ", group, ' ', periodSeconds);
 }
-
 void vgpssInitTellCallback(VgpssService* service, int group, VgpssTellCallback callback,
                            void* data) {
     install(service, group == 1 ? "InitTellCallback 1" : "InitTellCallback other",
             &VgpssService::tellCallback, callback, data);
 }
-void vgpssInitSaveVclidCallback(VgpssService* service, VgpssSaveVclidCallback callback,
-                                void* data) {
-    install(service, "InitSaveVclid", &VgpssService::saveVclid, callback, data);
-}
-void vgpssInitSetCommandCallback(VgpssService* service, VgpssSetCommandCallback callback,
-                                 void* data) {
-    install(service, "InitSetCommand", &VgpssService::setCommand, callback, data);
-}
-void vgpssInitSetMagneticVariationCallback(VgpssService* service,
-                                           VgpssSetMagneticVariationCallback callback, void* data) {
-    install(service, "InitSetMagneticVariation", &VgpssService::setMagneticVariation, callback,
-            data);
-}
-void vgpssInitSetMissionDurationCallback(VgpssService* service,
-                                         VgpssSetMissionDurationCallback callback, void* data) {
-    install(service, "InitSetMissionDuration", &VgpssService::setMissionDuration, callback, data);
-}
-void vgpssInitSetOperatingModeCallback(VgpssService* service,
-                                       VgpssSetOperatingModeCallback callback, void* data) {
-    install(service, "InitSetOperatingMode", &VgpssService::setOperatingMode, callback, data);
-}
-void vgpssInitSetReceiverHotStartDataCallback(VgpssService* service,
-                                              VgpssSetReceiverHotStartDataCallback callback,
-                                              void* data) {
-    install(service, "InitSetHotStartData", &VgpssService::setHotStartData, callback, data);
-}
-void vgpssInitSetReceiverHotStartPortCallback(VgpssService* service,
-                                              VgpssSetReceiverHotStartPortCallback callback,
-                                              void* data) {
-    install(service, "InitSetHotStartPort", &VgpssService::setHotStartPort, callback, data);
-}
+
+#define INIT_CALLBACK(function, Callback, name, slot)                       \
+    void function(VgpssService* service, Callback callback, void* data) {   \
+        install(service, "Init" name, &VgpssService::slot, callback, data); \
+    }
+INIT_CALLBACK(vgpssInitSaveVclidCallback, VgpssSaveVclidCallback, "SaveVclid", saveVclid)
+INIT_CALLBACK(vgpssInitSetCommandCallback, VgpssSetCommandCallback, "SetCommand", setCommand)
+INIT_CALLBACK(vgpssInitSetMagneticVariationCallback, VgpssSetMagneticVariationCallback,
+              "SetMagneticVariation", setMagneticVariation)
+INIT_CALLBACK(vgpssInitSetMissionDurationCallback, VgpssSetMissionDurationCallback,
+              "SetMissionDuration", setMissionDuration)
+INIT_CALLBACK(vgpssInitSetOperatingModeCallback, VgpssSetOperatingModeCallback, "SetOperatingMode",
+              setOperatingMode)
+INIT_CALLBACK(vgpssInitSetReceiverHotStartDataCallback, VgpssSetReceiverHotStartDataCallback,
+              "SetHotStartData", setHotStartData)
+INIT_CALLBACK(vgpssInitSetReceiverHotStartPortCallback, VgpssSetReceiverHotStartPortCallback,
+              "SetHotStartPort", setHotStartPort)
+#undef INIT_CALLBACK
 
 void vgpssTellDeviceDatumCode(VgpssService* service, unsigned code, unsigned zero) {
-    const utilities::MutexLock lock(g_mutex);
-    note(service, "TellDeviceDatumCode ", code, ' ', zero);
+    tell(service, "TellDeviceDatumCode ", code, ' ', zero);
 }
 void vgpssTellDeviceMaximumUserDefinedDatums(VgpssService* service, unsigned count) {
-    const utilities::MutexLock lock(g_mutex);
-    note(service, "TellDeviceMaximumUserDefinedDatums ", count);
+    tell(service, "TellDeviceMaximumUserDefinedDatums ", count);
 }
 void vgpssTellDeviceMissionDuration(VgpssService* service, unsigned duration) {
-    const utilities::MutexLock lock(g_mutex);
-    note(service, "TellDeviceMissionDuration ", duration);
+    tell(service, "TellDeviceMissionDuration ", duration);
 }
 void vgpssTellDeviceOperatingMode(VgpssService* service, int mode) {
-    const utilities::MutexLock lock(g_mutex);
-    note(service, "TellDeviceOperatingMode ", mode);
+    tell(service, "TellDeviceOperatingMode ", mode);
 }
 void vgpssTellDeviceMagneticVariation(VgpssService* service, VgpscMagneticVariation source,
                                       double degrees) {
-    const utilities::MutexLock lock(g_mutex);
-    note(service, "TellDeviceMagneticVariation ", source, ' ', degrees);
+    tell(service, "TellDeviceMagneticVariation ", source, ' ', degrees);
 }
 void vgpssTellDeviceReceiverPorts(VgpssService* service, VgpscReceiverPorts ports) {
-    const utilities::MutexLock lock(g_mutex);
-    note(service, "TellDeviceReceiverPorts ", ports.count);
-    g_victory.ports.push_back(ports);
+    tell(service, "TellDeviceReceiverPorts ", ports.count);
+    with([&](Victory& victory) { victory.ports.push_back(ports); });
 }
 void vgpssTellDeviceReceiverHotStartPort(VgpssService* service, VgpscReceiverHotStartPort port) {
-    const utilities::MutexLock lock(g_mutex);
-    note(service, "TellDeviceReceiverHotStartPort ", port.name);
+    tell(service, "TellDeviceReceiverHotStartPort ", port.name);
 }
 void vgpssTellDeviceReceiverHotStartData(VgpssService* service, VgpscReceiverHotStartData record) {
-    const utilities::MutexLock lock(g_mutex);
-    note(service, "TellDeviceReceiverHotStartData ", record.hotStartMode, ' ', record.messageCount);
-    g_victory.hotStartData.push_back(record);
+    tell(service, "TellDeviceReceiverHotStartData ", record.hotStartMode, ' ', record.messageCount);
+    with([&](Victory& victory) { victory.hotStartData.push_back(record); });
 }
 
-void vgpssTellStatusData(VgpssService* service, unsigned channels, VgpscReceiverStatusData record,
-                         const VgpscDateTime* date) {
-    keep(&Victory::status, "TellStatusData", service, channels, record, date);
-}
+#define TELL_RECORD(name, Record, list)                                        \
+    void vgpssTell##name(VgpssService* service, unsigned count, Record record, \
+                         const VgpscDateTime* date) {                          \
+        keep(&Victory::list, "Tell" #name, service, count, record, date);      \
+    }
+TELL_RECORD(StatusData, VgpscReceiverStatusData, status)
+TELL_RECORD(HealthStatusData, VgpscHealthStatusData, health)
+TELL_RECORD(HealthStatus2Data, VgpscHealthStatus2Data, health2)
+#undef TELL_RECORD
 void vgpssTellStatus2Data(VgpssService* service, VgpscReceiverStatus2Data record,
                           const VgpscDateTime* date) {
     keep(&Victory::status2, "TellStatus2Data", service, record.warningCount, record, date);
-}
-void vgpssTellHealthStatusData(VgpssService* service, unsigned svs, VgpscHealthStatusData record,
-                               const VgpscDateTime* date) {
-    keep(&Victory::health, "TellHealthStatusData", service, svs, record, date);
-}
-void vgpssTellHealthStatus2Data(VgpssService* service, unsigned svs, VgpscHealthStatus2Data record,
-                                const VgpscDateTime* date) {
-    keep(&Victory::health2, "TellHealthStatus2Data", service, svs, record, date);
 }
 
 unsigned vgpssAddFault(VgpssService* service, const char* text, int acknowledged,
@@ -242,6 +216,5 @@ unsigned vgpssAddFault(VgpssService* service, const char* text, int acknowledged
     return g_victory.nextFault == 0 ? 0 : g_victory.nextFault++;
 }
 void vgpssRemoveFault(VgpssService* service, unsigned faultId) {
-    const utilities::MutexLock lock(g_mutex);
-    note(service, "RemoveFault ", faultId);
+    tell(service, "RemoveFault ", faultId);
 }

@@ -14,18 +14,7 @@
 
 /** The size of each message [data words]. */
 inline std::uint16_t wordsOf(int id) {
-    switch (id) {
-        case 5040:
-            return 88;
-        case 5044:
-            return 21;
-        case 8040:
-            return 25;
-        case 8504:
-            return 200;
-        default:
-            return 100;
-    }
+    return id == 5040 ? 88 : id == 5044 ? 21 : id == 8040 ? 25 : id == 8504 ? 200 : 100;
 }
 
 class ServerFixture : public testing::Test {

@@ -1,4 +1,5 @@
 #include <cmath>
+#include <future>
 #include <limits>
 
 #include "VICTORY/ConnectedServer.h"
@@ -29,10 +30,7 @@ protected:
     /** The receiver reports a pair of messages with this variation [rad]; what that told. */
     static std::vector<std::string> variationsTold(double time, double radians) {
         ConnectedServer::forgetCalls();
-        unit().send(Channel::TyrHc, Builder(5040, 0x9000, 88).pdpDouble(0, time).frame());
-        unit().send(Channel::TyrHc,
-                    Builder(8504, 0x9000, 200).pdpDouble(0, time).pdpFloat(0x54, radians).frame());
-        EXPECT_TRUE(eventually([] { return !fake::snapshot().status.empty(); }));
+        sendPair(time, radians);
         return told("TellDeviceMagneticVariation");
     }
     /** The receiver reports a mission duration remaining and then a pair, which is waited for. */
@@ -43,18 +41,15 @@ protected:
         sendPair(time);
         return told("TellDeviceMissionDuration");
     }
-    static void sendPair(double time) {
+    static void sendPair(double time, double radians = 0) {
         unit().send(Channel::TyrHc, Builder(5040, 0x9000, 88).pdpDouble(0, time).frame());
-        unit().send(Channel::TyrHc, Builder(8504, 0x9000, 200).pdpDouble(0, time).frame());
+        unit().send(Channel::TyrHc,
+                    Builder(8504, 0x9000, 200).pdpDouble(0, time).pdpFloat(0x54, radians).frame());
         EXPECT_TRUE(eventually([] { return !fake::snapshot().status.empty(); }));
     }
     static std::vector<std::string> told(const std::string& what) {
-        std::vector<std::string> found;
-        for (const std::string& call : ConnectedServer::calls()) {
-            if (call.starts_with(what)) {
-                found.push_back(call);
-            }
-        }
+        auto found = ConnectedServer::calls();
+        std::erase_if(found, [&](const std::string& call) { return !call.starts_with(what); });
         return found;
     }
     /** The frame that the receiver gets. */
@@ -195,10 +190,9 @@ TEST_F(Settings, TheOperatingModeStaysTheReceivers) {
 
 TEST_F(Settings, AReceiverThatDoesNotReadCostsItsWriterATimeoutAndNobodyElse) {
     const auto before = std::exchange(mcsWriterPort::writeLimit, 300ms);
-    unit().ear->forget();
     unit().resize(Channel::HcTyr, 4096);
     // The first write without room waits, the others don't.
-    std::thread client([&] {
+    const auto client = std::async(std::launch::async, [] {
         const auto start = std::chrono::steady_clock::now();
         for (int i = 0; i < 60; ++i) {
             EXPECT_EQ(setDuration(48), 0);
@@ -206,25 +200,13 @@ TEST_F(Settings, AReceiverThatDoesNotReadCostsItsWriterATimeoutAndNobodyElse) {
         EXPECT_GE(std::chrono::steady_clock::now() - start, mcsWriterPort::writeLimit);
     });
     variationsTold(40, 0);
-    client.join();
+    client.wait();
     EXPECT_TRUE(unit().ear->hearsEvent("WriteBytes() GSSIP PUBLISH ERROR ("));
-    int whole = 0;
-    while (unit().hasSent(Channel::HcTyr)) {
-        ++whole;
+    while (unit().hasSent(Channel::HcTyr)) {  // raises where a record is torn
     }
-    EXPECT_GT(whole, 0);
-    EXPECT_LT(whole, 60);
     EXPECT_EQ(setDuration(48), 0);
     EXPECT_FALSE(received().empty());
     mcsWriterPort::writeLimit = before;
-}
-
-TEST_F(Settings, CallbacksWithoutTheirServerAreRefused) {
-    Captured output(std::cout);
-    EXPECT_EQ(VGpsReceiverServer::cbSetMagneticVariationCallback(nullptr, nullptr, 0, 0), 1);
-    EXPECT_EQ(VGpsReceiverServer::cbSetMissionDurationCallback(nullptr, nullptr, 0), 1);
-    EXPECT_EQ(VGpsReceiverServer::cbSetOperatingModeCallback(nullptr, nullptr, 0), 1);
-    EXPECT_EQ(std::ranges::count(output.text(), '\n'), 3);
 }
 
 TEST(SettingsUnconnected, AreToldThoughTheReceiverCannotBeReached) {

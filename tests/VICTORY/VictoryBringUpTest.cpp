@@ -30,30 +30,22 @@ TEST_F(VictoryBringUp, RegistersThenStartsThenTellsManagementData) {
                     "TellDeviceMaximumUserDefinedDatums 2"));
     EXPECT_STREQ(seen.ports[0].names[0], "J1COM1");
     EXPECT_STREQ(seen.ports[0].names[11], "J4COM3");
-}
-
-TEST_F(VictoryBringUp, SecondBringUpLeavesTheRunningServiceAlone) {
-    ASSERT_TRUE(server.InitializeVictory(nullptr));
-    const auto before = fake::snapshot().calls.size();
     EXPECT_TRUE(server.InitializeVictory("<other/>"));
-    EXPECT_EQ(fake::snapshot().calls.size(), before);
+    EXPECT_EQ(fake::snapshot().calls, seen.calls) << "the running service is left alone";
 }
 
-TEST_F(VictoryBringUp, UnreadableFileIsReportedAndMakesNoService) {
-    fake::with([](fake::Victory& victory) { victory.readFails = true; });
-    const Captured output;
-    EXPECT_FALSE(server.InitializeVictory(nullptr));
-    EXPECT_EQ(output.text(),
-              "VGpsReceiverServer Error reading VICTORY GPS Receiver configuration file.\n");
-    EXPECT_EQ(fake::service(), nullptr);
-}
-
-TEST_F(VictoryBringUp, ServiceThatCannotBeMadeIsNoReport) {
-    fake::with([](fake::Victory& victory) { victory.newServiceFails = true; });
-    const Captured output;
-    EXPECT_FALSE(server.InitializeVictory(nullptr));
-    EXPECT_EQ(output.text(), "");
-    EXPECT_FALSE(server.ShutdownVictory());
+TEST_F(VictoryBringUp, OnlyAnUnreadableFileIsReported) {
+    for (const auto& [fails, printed] :
+         {std::pair{&fake::Victory::newServiceFails, ""},
+          {&fake::Victory::readFails,
+           "VGpsReceiverServer Error reading VICTORY GPS Receiver configuration file.\n"}}) {
+        fake::with([&](fake::Victory& victory) { victory.*fails = true; });
+        const Captured output;
+        EXPECT_FALSE(server.InitializeVictory(nullptr));
+        EXPECT_EQ(output.text(), printed);
+        EXPECT_EQ(fake::service(), nullptr);
+        EXPECT_FALSE(server.ShutdownVictory());
+    }
 }
 
 TEST_F(VictoryBringUp, RestartUsesTheGivenTextAndTheNewHandle) {
@@ -117,13 +109,26 @@ TEST_F(VictoryBringUp, SavesTheVclOnRequest) {
     EXPECT_EQ(save(), 1);
 }
 
-TEST_F(VictoryBringUp, CallbackWithoutItsServerIsReported) {
+TEST_F(VictoryBringUp, CallbacksWithoutTheirServerAreReported) {
+    using Server = VGpsReceiverServer;
     const Captured output;
-    EXPECT_EQ(VGpsReceiverServer::cbSaveVclidCallback(nullptr, nullptr, ""), 0);
-    VGpsReceiverServer::cbTellStatus2DataCallback(nullptr, nullptr);
+    EXPECT_EQ(Server::cbSaveVclidCallback(nullptr, nullptr, ""), 0);
+    EXPECT_EQ(Server::cbSetCommandCallback(nullptr, nullptr, {}), 0);
+    EXPECT_EQ(Server::cbSetMagneticVariationCallback(nullptr, nullptr, 0, 0), 1);
+    EXPECT_EQ(Server::cbSetMissionDurationCallback(nullptr, nullptr, 0), 1);
+    EXPECT_EQ(Server::cbSetOperatingModeCallback(nullptr, nullptr, 0), 1);
+    EXPECT_EQ(Server::cbSetReceiverHotStartPortCallback(nullptr, nullptr, {}), 1);
+    const auto record = std::make_unique<VgpscReceiverHotStartData>();
+    EXPECT_EQ(Server::cbSetReceiverHotStartDataCallback(nullptr, nullptr, *record), 0);
+    Server::cbTellReceiverHotStartDataCallback(nullptr, nullptr);
+    Server::cbTellStatus2DataCallback(nullptr, nullptr);
     const std::string line =
         "VGpsReceiverServer: instance pointer was not found in VICTORY callbackData parameter\n";
-    EXPECT_EQ(output.text(), line + line);
+    std::string nine;
+    for (int i = 0; i < 9; ++i) {
+        nine += line;
+    }
+    EXPECT_EQ(output.text(), nine);
 }
 
 TEST(VclEdit, FindsTheItemBelowItsDataItem) {

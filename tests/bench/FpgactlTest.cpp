@@ -1,11 +1,10 @@
 /** The bench's FPGA, as fpgactl reads and writes it. */
 #include <gmock/gmock.h>
 
-#include <thread>
-
 #include "bench/DeviceRoot.h"
 #include "bench/FpgaFile.h"
 #include "bench/ServerProcess.h"
+#include "support/Eventually.h"
 
 namespace bench {
 namespace {
@@ -37,17 +36,6 @@ protected:
     DeviceRoot root;
     FpgaFile fpga{root};
 };
-
-bool eventually(const std::function<bool()>& holds) {
-    const Deadline deadline = within(20s);
-    while (!holds()) {
-        if (std::chrono::steady_clock::now() > deadline) {
-            return false;
-        }
-        std::this_thread::yield();
-    }
-    return true;
-}
 
 TEST_F(Fpgactl, ReadsAndWritesByName) {
     struct Case {

@@ -4,16 +4,11 @@
 #include <gtest/gtest.h>
 #include <pty.h>
 
-#include <chrono>
-#include <optional>
-
-#include "bench/Deadline.h"
 #include "bench/Descriptor.h"
+#include "support/Eventually.h"
 
 namespace bench {
 namespace {
-
-using namespace std::chrono_literals;
 
 /** Our standard input is the given descriptor, until the object goes. */
 class StandardInput {
@@ -31,10 +26,7 @@ private:
 
 std::string takeAll(Keyboard& keyboard, std::size_t count) {
     std::string keys;
-    for (const Deadline end = within(10s);
-         keys.size() < count && std::chrono::steady_clock::now() < end;) {
-        keys += keyboard.take();
-    }
+    eventually([&] { return (keys += keyboard.take()).size() >= count; });
     return keys;
 }
 

@@ -46,37 +46,27 @@ TEST(ServerProcess, TellsHowTheProgramEnded) {
 }
 
 TEST(ServerProcess, LinesArriveWithTheirStreamAndWhole) {
+    ::setenv("BENCH_OTHER", "kept", 1);
     ServerProcess process(
-        shell("printf 'one\\ntw'; printf 'o\\n'; echo no >&2; "
-              "read answer; echo $NAME $answer; printf last"));
+        {"/bin/sh",
+         {"-c",
+          "trap 'printf last; exit 7' TERM; printf 'one\\ntw'; printf 'o\\n'; echo no >&2; "
+          "read answer; echo $0 $BENCH_NAME $BENCH_OTHER $answer; while true; do sleep 0.01; done",
+          "zero"},
+         {{"BENCH_NAME", "value"}}});
     EXPECT_EQ(process.waitForLine("one", within(10s)), 0U);
     const auto two = process.waitForLine("two", within(10s), 1);
     ASSERT_TRUE(two);
     ASSERT_TRUE(process.waitForLine("no", within(10s)));
     EXPECT_FALSE(process.waitForLine("two", within(0s), *two + 1));
-    EXPECT_FALSE(process.wait(within(0s)));
     process.type("yes\n");
-    EXPECT_EQ(process.wait(within(10s)), (Ending{0, {}}));
-    EXPECT_THAT(textsOf(process),
-                testing::UnorderedElementsAre("one", "two", "!no", "yes", "last"));
-    EXPECT_FALSE(process.waitForLine("never", within(1h)));
-}
-
-TEST(ServerProcess, EnvironmentAndArgumentsReachTheProgram) {
-    ::setenv("BENCH_OTHER", "kept", 1);
-    ServerProcess process(
-        {"/bin/sh", {"-c", "echo $0 $BENCH_NAME $BENCH_OTHER", "zero"}, {{"BENCH_NAME", "value"}}});
-    EXPECT_TRUE(process.waitForLine("zero value kept", within(10s)));
-}
-
-TEST(ServerProcess, SignalReachesTheProgram) {
-    ServerProcess process(
-        shell("trap 'echo caught; exit 7' TERM; echo ready; "
-              "while true; do sleep 0.01; done"));
-    ASSERT_TRUE(process.waitForLine("ready", within(10s)));
+    ASSERT_TRUE(process.waitForLine("zero value kept yes", within(10s)));
+    EXPECT_FALSE(process.wait(within(0s)));
     process.signal(SIGTERM);
     EXPECT_EQ(process.wait(within(10s)), (Ending{7, {}}));
-    EXPECT_TRUE(process.waitForLine("caught", within(0s)));
+    EXPECT_THAT(textsOf(process),
+                testing::UnorderedElementsAre("one", "two", "!no", "zero value kept yes", "last"));
+    EXPECT_FALSE(process.waitForLine("never", within(1h)));
 }
 
 /** Whether the process of a pidfd has ended by the deadline. */
@@ -160,12 +150,16 @@ TEST(BusClient, ReportsComeInOrderAndTheRestIsCounted) {
     StandInService service;
     BusClient client(service.socket(), within(10s));
     service.accept();
-    service.say(
-        "{\"hello\":{}}\n{\"report\":7}\n{\"report\":\"A\",\"sequence\":1}\n{\"report\":\"B\","
-        "\"seq");
-    service.say(
-        "uence\":2}\nno "
-        "json\n[1]\n{\"report\":\"A\",\"sequence\":3}\n{\"report\":\"A\",\"sequence\":4}\n");
+    service.say(R"({"hello":{}}
+{"report":7}
+{"report":"A","sequence":1}
+{"report":"B","seq)");
+    service.say(R"(uence":2}
+no json
+[1]
+{"report":"A","sequence":3}
+{"report":"A","sequence":4}
+)");
     EXPECT_EQ(client.next("B", within(10s)).value()["sequence"], 2);
     EXPECT_EQ(client.next(any, within(10s)).value()["sequence"], 3);
     EXPECT_EQ(client.next([](const json& line) { return line["sequence"] > 3; }, within(10s))
@@ -187,9 +181,10 @@ TEST(BusClient, RequestFindsItsAnswerAmongOthers) {
         const json request = json::parse(service.hear());
         EXPECT_EQ(request["duration"], 5);
         const long long id = request["id"];
-        service.say("{\"reply\":" + std::to_string(id + 1) +
-                    ",\"result\":1}\n{\"report\":\"A\"}\n" + "{\"reply\":" + std::to_string(id) +
-                    ",\"result\":0}\n");
+        const auto reply = [](long long to, int result) {
+            return json{{"reply", to}, {"result", result}}.dump() + "\n";
+        };
+        service.say(reply(id + 1, 1) + "{\"report\":\"A\"}\n" + reply(id, 0));
     });
     const auto reply =
         client.request({{"request", "missionDuration"}, {"duration", 5}}, within(10s));

@@ -9,6 +9,7 @@
 #include "bench/ReceiverSettings.h"
 #include "receiver/Tyrn5402Msg.h"
 #include "receiver/TyrnUnitSetupMsg.h"
+#include "support/Eventually.h"
 
 namespace bench {
 namespace {
@@ -34,12 +35,6 @@ Bytes setup(double value, e5330_MagVarUnits units) {
     TyrnUnitSetupMsg message;
     message.setMagVarType(e5330_MagVarType::Local);
     message.setMagVariation(value, units);
-    return written(message);
-}
-
-Bytes calculatedSetup() {
-    TyrnUnitSetupMsg message;
-    message.setMagVarType(e5330_MagVarType::Calculated);
     return written(message);
 }
 
@@ -86,7 +81,9 @@ TEST(ReceiverSettings, ShowWhatWasSet) {
         FrameBuilder(5330, 0x9000, 100).bits(0x18, 0, 1, 1).bits(0x34, 0, 4, 4).frame();
     EXPECT_EQ(stateAfter(unitsUnknown, false), std::pair(90.0, false));
     EXPECT_EQ(stateAfter(FrameBuilder(5330, 0x9000, 99).frame(), false), std::pair(90.0, false));
-    EXPECT_EQ(stateAfter(calculatedSetup()), std::pair(-7.0, true));
+    TyrnUnitSetupMsg calculated;
+    calculated.setMagVarType(e5330_MagVarType::Calculated);
+    EXPECT_EQ(stateAfter(written(calculated)), std::pair(-7.0, true));
 }
 
 TEST(ReceiverSettings, MissionDurationRunsDownWithThatOfTheSource) {
@@ -114,13 +111,9 @@ TEST(DataTransfer, IsWhatLiesBetweenStartAndEnd) {
     const Bytes start(startOfTransfer.begin(), startOfTransfer.end());
     const Bytes end(endOfTransfer.begin(), endOfTransfer.end());
     DataTransfer transfer;
-    EXPECT_FALSE(transfer.take(Bytes{1}));
-    EXPECT_FALSE(transfer.take(end));
-    EXPECT_FALSE(transfer.take(start));
-    EXPECT_FALSE(transfer.take(Bytes{2}));
-    EXPECT_FALSE(transfer.take(start));
-    EXPECT_FALSE(transfer.take(Bytes{3}));
-    EXPECT_FALSE(transfer.take(Bytes{4}));
+    for (const Bytes& frame : {Bytes{1}, end, start, Bytes{2}, start, Bytes{3}, Bytes{4}}) {
+        EXPECT_FALSE(transfer.take(frame));
+    }
     EXPECT_THAT(transfer.take(end), testing::Optional(ElementsAre(Bytes{3}, Bytes{4})));
     EXPECT_FALSE(transfer.take(end));
     transfer.take(start);
@@ -154,12 +147,8 @@ TEST(Receiver, ObeysTheServerAndTransfersDataBothWays) {
         const auto frame = message ? FrameReader::read(message->data()) : std::nullopt;
         return frame && frame->id() == 5042 && frame->u16(0x74) == 33;
     };
-    const Deadline deadline = within(10s);
-    while (!isShown() && std::chrono::steady_clock::now() < deadline) {
-    }
-    while (receiver.tally().transfers == 0 && std::chrono::steady_clock::now() < deadline) {
-    }
-    EXPECT_LT(std::chrono::steady_clock::now(), deadline);
+    EXPECT_TRUE(eventually(isShown));
+    EXPECT_TRUE(eventually([&] { return receiver.tally().transfers != 0; }));
     EXPECT_EQ(receiver.tally().settings, 1U);
     EXPECT_THAT(receiver.lastTransfer(), ElementsAre(saved));
 }

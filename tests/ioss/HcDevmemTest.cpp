@@ -81,10 +81,10 @@ protected:
 
 TEST_F(HcDevmem, AccessesStayWithinTheBlock) {
     constexpr std::uint32_t wraps = 0xFFFFFFF8;
-    const std::map<std::string, std::vector<std::pair<std::uint32_t, std::uint32_t>>> taken{
-        {"16", {{12, 32}, {8, 64}, {15, 8}, {14, 16}}}, {"3", {{2, 8}, {0, 16}}}, {"0", {}}};
-    const std::map<std::string, std::vector<std::pair<std::uint32_t, std::uint32_t>>> refused{
+    using Accesses = std::vector<std::pair<std::uint32_t, std::uint32_t>>;  // offset, width
+    const std::tuple<const char*, Accesses, Accesses> rows[] = {
         {"16",
+         {{12, 32}, {8, 64}, {15, 8}, {14, 16}},
          {{13, 32},
           {16, 32},
           {9, 64},
@@ -96,22 +96,20 @@ TEST_F(HcDevmem, AccessesStayWithinTheBlock) {
           {0, 24},
           {0, 0},
           {0, 128}}},
-        {"3", {{0, 32}, {wraps, 32}, {wraps + 7, 32}}},
-        {"0", {{0, 8}, {wraps + 7, 8}, {wraps, 64}}}};
-    for (const auto& [size, accesses] : taken) {
+        {"3", {{2, 8}, {0, 16}}, {{0, 32}, {wraps, 32}, {wraps + 7, 32}}},
+        {"0", {}, {{0, 8}, {wraps + 7, 8}, {wraps, 64}}}};
+    for (const auto& [size, taken, refused] : rows) {
         makeOpen("0x2000", size);
-        for (const auto& [offset, width] : accesses) {
-            EXPECT_EQ(write(offset, width, 0), R::NO_ERROR) << size << ": " << offset;
-            EXPECT_EQ(read(offset, width), R::NO_ERROR) << size << ": " << offset;
-            EXPECT_EQ(m_read.value, 0U);
-            EXPECT_EQ(m_read.time, 0);
-        }
-        for (const auto& [offset, width] : refused.at(size)) {
-            EXPECT_EQ(write(offset, width, 1), R::NO_ACTION) << size << ": " << offset;
-            EXPECT_EQ(read(offset, width), R::NO_ACTION) << size << ": " << offset;
-            EXPECT_EQ(m_read.value, 0x5555555555555555U);
-            EXPECT_EQ(m_read.time, 7);
-        }
+        const auto expect = [&](const Accesses& accesses, Code code, const Register_Read& got) {
+            for (const auto& [offset, width] : accesses) {
+                EXPECT_EQ(write(offset, width, code == R::NO_ERROR ? 0 : 1), code) << offset;
+                EXPECT_EQ(read(offset, width), code) << size << ": " << offset;
+                EXPECT_EQ(m_read.value, got.value);
+                EXPECT_EQ(m_read.time, got.time);
+            }
+        };
+        expect(taken, R::NO_ERROR, {0, 0, 0, 0});
+        expect(refused, R::NO_ACTION, {7, 0, 0, 0x5555555555555555});
     }
 }
 
@@ -209,10 +207,9 @@ TEST_F(HcDevmem, TakesOneConfigurationAndInitializesOnce) {
 
 // Base and size whose sum would wrap in 32 bits.
 TEST_F(HcDevmem, BlocksAtTheEndOfTheAddressSpaceAreOrderly) {
-    for (const auto& [base, size] :
-         std::vector<std::pair<std::string, std::string>>{{"0xFFFFFFFF", "0xFFFFFFFF"},
-                                                          {"0xFFFFF000", "0x2000"},
-                                                          {"0x1FFFFFFFFFFFFFFFFF", "-1"}}) {
+    for (const auto& [base, size] : {std::pair{"0xFFFFFFFF", "0xFFFFFFFF"},
+                                     {"0xFFFFF000", "0x2000"},
+                                     {"0x1FFFFFFFFFFFFFFFFF", "-1"}}) {
         makeOpen(base, size);
         EXPECT_EQ(read(0xFFFFFFFF, 64), R::NO_ACTION) << base << ", " << size;
         EXPECT_EQ(close(0), R::NO_ERROR);

@@ -23,6 +23,7 @@
 #include "ioss/TemporaryUnit.h"
 #include "ioss_mcsq/GssipTopicSerializer.h"
 #include "ioss_mcsq/QueueSupport.h"
+#include "support/Allocations.h"
 
 namespace {
 
@@ -283,21 +284,15 @@ TEST_F(GssipMcsqTest, WriteTellsTheDevicesAnswerAndNothingElse) {
     ASSERT_EQ(rc, R::NO_ERROR);
     GSSIP misleading = messageOf(20, 5040, 4);
     misleading.num_bytes(19);
-    struct Row {
-        GSSIP message;
-        Code code;
-        std::string written;
-    };
-    const std::vector<Row> rows{
-        {messageOf(20, 5040, 1), R::NO_ERROR, bytesOf(messageOf(20, 5040, 1))},
-        {messageOf(20, 6000, 2), UNSET, ""},
-        {messageOf(3, 0, 3), R::NO_ERROR, bytesOf(messageOf(3, 0, 3))},
-        {misleading, UNSET, ""},
-        {messageOf(20, 1, 5), UNSET, ""}};
-    for (const Row& row : rows) {
-        EXPECT_EQ(write(echo, row.message), row.code);
-        EXPECT_EQ(takeAll(m_pipes[3]), row.written);
-        EXPECT_EQ(echoed.back(), row.message.header().seq_num()) << "written or not";
+    const std::pair<GSSIP, bool> rows[] = {{messageOf(20, 5040, 1), true},
+                                           {messageOf(20, 6000, 2), false},
+                                           {messageOf(3, 0, 3), true},
+                                           {misleading, false},
+                                           {messageOf(20, 1, 5), false}};
+    for (const auto& [message, goesOut] : rows) {
+        EXPECT_EQ(write(echo, message), goesOut ? R::NO_ERROR : UNSET);
+        EXPECT_EQ(takeAll(m_pipes[3]), goesOut ? bytesOf(message) : "");
+        EXPECT_EQ(echoed.back(), message.header().seq_num()) << "written or not";
     }
     const std::size_t echoes = echoed.size();
     for (const long long closed : {-1LL, 1LL, 50LL}) {
@@ -315,11 +310,8 @@ TEST_F(GssipMcsqTest, FilterTextsAreNumbersOrPassedOver) {
     m_adapter = std::make_unique<GssipMcsq>(
         "unit", std::vector<std::string>{"6000", "", "word", "99999", "-", " 7", "0x10"});
     const long long out = connect("OUT");
-    for (const int id : {6000, 7, 0}) {
-        EXPECT_EQ(write(out, messageOf(4, id)), UNSET) << id;
-    }
-    for (const int id : {34463, 16, 65535}) {
-        EXPECT_EQ(write(out, messageOf(4, id)), R::NO_ERROR) << id;
+    for (const int id : {6000, 7, 0, 34463, 16, 65535}) {
+        EXPECT_EQ(write(out, messageOf(4, id)), id <= 7 || id == 6000 ? UNSET : R::NO_ERROR) << id;
     }
 }
 
@@ -336,19 +328,6 @@ TEST_F(GssipMcsqTest, ConnectingTellsWhatIsMissing) {
     EXPECT_TRUE(m_adapter->IsInitialized(connect("OUT")));
     put(m_pipes[0], record(10));
     EXPECT_TRUE(hears(1));
-}
-
-TEST_F(GssipMcsqTest, FourChannelsComeUpWithoutWaitingForPolls) {
-    const auto start = std::chrono::steady_clock::now();
-    for (int i = 0; i < 10; ++i) {
-        m_adapter = std::make_unique<GssipMcsq>("unit");
-        ASSERT_EQ(hear("IN", nullptr), R::NO_ERROR);
-        ASSERT_EQ(hear("IN_TOO", nullptr), R::NO_ERROR);
-        connect("OUT");
-        connect("ECHO");
-    }
-    m_adapter.reset();
-    EXPECT_LT(std::chrono::steady_clock::now() - start, 10 * FACE::IOSS::HC_MCSQ::POLL_PERIOD);
 }
 
 TEST_F(GssipMcsqTest, DestructionUnderTrafficIsOrderly) {

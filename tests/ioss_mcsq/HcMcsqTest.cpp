@@ -1,7 +1,6 @@
 #include "ioss_mcsq/HC_MCSQ.h"
 
 #include <gmock/gmock.h>
-#include <pthread.h>
 #include <sys/resource.h>
 
 #include <array>
@@ -29,13 +28,13 @@ public:
     void Process_Notification_Event(long long connection,
                                     FACE::IOSS::NOTIFICATION_EVENT_TYPE::Value event) override {
         EXPECT_EQ(event, 0U);
-        thread = pthread_self();
+        thread = ::gettid();
         ++heard.at(static_cast<std::size_t>(connection));
         m_action(connection);
     }
 
     std::array<std::atomic<int>, 4> heard{};
-    std::atomic<pthread_t> thread{};
+    std::atomic<pid_t> thread{};
 
 private:
     std::function<void(long long)> m_action;
@@ -63,13 +62,12 @@ protected:
             m_pipes.push_back(m_unit.makePipe(name));
         }
         std::vector<Container> channels{{"Portless", {{"Size", "3"}}}};
-        for (const auto& [name, port] :
-             std::vector<std::pair<std::string, std::string>>{{"Zero", "0"},
-                                                              {"One", "01"},
-                                                              {"Two", "0x10002"},
-                                                              {"Three", "3"},
-                                                              {"Four", "3"},
-                                                              {"Sixteen", "0x10"}}) {
+        for (const auto& [name, port] : {std::pair{"Zero", "0"},
+                                         {"One", "01"},
+                                         {"Two", "0x10002"},
+                                         {"Three", "3"},
+                                         {"Four", "3"},
+                                         {"Sixteen", "0x10"}}) {
             channels.push_back({name, {{"Port", port}}});
         }
         make(m_unit.configure(channels), m_configuration);
@@ -114,8 +112,7 @@ TEST_F(HcMcsq, NamesFindTheirPorts) {
         EXPECT_EQ(open(name), R::INVALID_CONFIG);
         EXPECT_EQ(m_connection, -1);
     }
-    for (const auto& [name, port] :
-         std::vector<std::pair<const char*, int>>{{"Zero", 0}, {"One", 1}, {"Two", 2}}) {
+    for (const auto& [name, port] : {std::pair{"Zero", 0}, {"One", 1}, {"Two", 2}}) {
         EXPECT_EQ(opened(name), port) << "ids count from 0";
         EXPECT_EQ(write(port, name), R::NO_ERROR);
         EXPECT_EQ(takeAll(m_pipes[static_cast<std::size_t>(port)]), name);
@@ -314,7 +311,7 @@ TEST_F(HcMcsq, CallbacksComeForRegisteredConnectionsAlone) {
     put(m_pipes[1], "b");
     put(m_pipes[2], "c");
     EXPECT_TRUE(eventually([&] { return m_reader.heard[0] == 1 && m_reader.heard[2] == 1; }));
-    EXPECT_NE(m_reader.thread, pthread_self());
+    EXPECT_NE(m_reader.thread, ::gettid());
     EXPECT_EQ(m_reader.heard[1], 0);
     EXPECT_EQ(read(one).second, "b");
 
@@ -345,12 +342,11 @@ TEST_F(HcMcsq, ThreadOutlivesExceptionsAndSignals) {
     std::atomic<int> calls{0};
     Listener listener([&](long long connection) {
         read(connection);
-        ++calls;
-        if (calls == 1) {
-            throw std::runtime_error("out of hand");
-        }
-        if (calls == 2) {
-            throw 5;
+        switch (++calls) {
+            case 1:
+                throw std::runtime_error("out of hand");
+            case 2:
+                throw 5;
         }
     });
     struct sigaction interrupt {};
@@ -361,7 +357,7 @@ TEST_F(HcMcsq, ThreadOutlivesExceptionsAndSignals) {
     for (int sent = 1; sent <= 5; ++sent) {
         put(m_pipes[0], "x");
         ASSERT_TRUE(eventually([&] { return calls == sent; }));
-        pthread_kill(listener.thread, SIGUSR1);
+        ::tgkill(::getpid(), listener.thread, SIGUSR1);
     }
     destroy();
     ::sigaction(SIGUSR1, &before, nullptr);
@@ -435,37 +431,27 @@ TEST_F(HcMcsq, BrokenDescriptorNeitherSpinsNorSilencesTheOthers) {
 }
 
 TEST_F(HcMcsq, ThreadEndsForGoodWithTheLastRegistration) {
-    std::atomic<pid_t> thread{0};
-    Listener listener([&](long long connection) {
-        thread = ::gettid();
-        read(connection);
-    });
     const long long zero = opened("Zero");
-    ASSERT_EQ(attach(zero, listener), R::NO_ERROR);
+    ASSERT_EQ(attach(zero, m_reader), R::NO_ERROR);
     put(m_pipes[0], "x");
-    ASSERT_TRUE(eventually([&] { return listener.heard[0] == 1; }));
-    const std::string task = "/proc/self/task/" + std::to_string(thread);
+    ASSERT_TRUE(eventually([&] { return m_reader.heard[0] == 1; }));
+    const std::string task = "/proc/self/task/" + std::to_string(m_reader.thread);
     ASSERT_TRUE(std::filesystem::exists(task));
     ASSERT_EQ(detach(zero), R::NO_ERROR);
     ASSERT_TRUE(eventually([&] { return !std::filesystem::exists(task); }));
-    ASSERT_EQ(attach(zero, listener), R::NO_ERROR);
+    ASSERT_EQ(attach(zero, m_reader), R::NO_ERROR);
     put(m_pipes[0], "y");
-    EXPECT_FALSE(eventually([&] { return listener.heard[0] > 1; }, 2 * HC_MCSQ::POLL_PERIOD));
-    destroy();
+    EXPECT_FALSE(eventually([&] { return m_reader.heard[0] > 1; }, 2 * HC_MCSQ::POLL_PERIOD));
 }
 
 TEST_F(HcMcsq, DestructionWaitsForTheCallbackUnderWay) {
-    std::atomic<bool> inside{false};
     std::atomic<bool> left{false};
     std::atomic<bool> go{false};
-    Listener listener([&](long long /*connection*/) {
-        inside = true;
-        eventually([&] { return go.load(); });
-        left = true;
-    });
+    Listener listener(
+        [&](long long /*connection*/) { left = eventually([&] { return go.load(); }); });
     ASSERT_EQ(attach(opened("Zero"), listener), R::NO_ERROR);
     put(m_pipes[0], "x");
-    ASSERT_TRUE(eventually([&] { return inside.load(); }));
+    ASSERT_TRUE(eventually([&] { return listener.heard[0] == 1; }));
     std::thread release([&] { go = true; });
     destroy();
     EXPECT_TRUE(left);

@@ -3,6 +3,7 @@
 #include <cstring>
 #include <limits>
 #include <numeric>
+#include <sstream>
 
 #include "victory/Rig.h"
 
@@ -13,64 +14,29 @@ class Publication : public Rig {};
 
 // --- Fields: by their offsets in the record, so that a mixed-up field shows -------------------
 
-struct FieldAt {
-    const char* name;
-    char type;  // u, i or d
-    std::size_t offset;
-    std::size_t presentOffset = 0;  // 0 for always present
-};
-
-constexpr FieldAt kStatusFields[] = {{"receiverTime", 'd', 0x000},
-                                     {"positionQuality", 'u', 0x008},
-                                     {"timeQuality", 'u', 0x00C},
-                                     {"timeStatus", 'u', 0x010, 0x014},
-                                     {"operatingMode", 'u', 0x018, 0x01C},
-                                     {"channelCount", 'u', 0x7A8},
-                                     {"statusWordA", 'u', 0x7AC, 0x7B0},
-                                     {"statusWordB", 'u', 0x7B4, 0x7B8},
-                                     {"statusWordC", 'i', 0x7BC, 0x7C0},
-                                     {"statusValueD", 'd', 0x7C8, 0x7D0},
-                                     {"statusWordE", 'u', 0x7D4, 0x7D8},
-                                     {"statusWordF", 'u', 0x7DC, 0x7E0},
-                                     {"northReference", 'u', 0x7E4, 0x7E8},
-                                     {"northReferenceCorrection", 'd', 0x7F0, 0x7F8},
-                                     {"statusBitsG", 'u', 0x7FC, 0x800},
-                                     {"datumCode", 'u', 0x804, 0x808},
-                                     {"magneticVariation", 'd', 0x810, 0x818},
-                                     {"magneticVariationSource", 'u', 0x81C, 0x820},
-                                     {"positionValid", 'u', 0x824, 0x828},
-                                     {"modeFlagA", 'u', 0x82C, 0x830},
-                                     {"modeFlagB", 'u', 0x834, 0x838},
-                                     {"modeFlagC", 'u', 0x83C, 0x840},
-                                     {"noChannelInState2", 'u', 0x844, 0x848},
-                                     {"noChannelInState2Or3", 'u', 0x84C, 0x850},
-                                     {"precisionTotal", 'd', 0x858, 0x860},
-                                     {"precisionA", 'd', 0x868, 0x870},
-                                     {"precisionB", 'd', 0x878, 0x880},
-                                     {"precisionC", 'd', 0x888, 0x890},
-                                     {"positionError", 'd', 0x8A0, 0x8A8},
-                                     {"errorValueA", 'd', 0x8B0},
-                                     {"errorValueB", 'd', 0x8B8},
-                                     {"errorValueC", 'd', 0x8C0, 0x8C8},
-                                     {"errorValueD", 'd', 0x8D0, 0x8D8}};
-constexpr FieldAt kChannelFields[] = {{"svNumber", 'u', 0},        {"stateClass", 'u', 4, 8},
-                                      {"activity", 'u', 12, 16},   {"doubledTerm", 'd', 24, 32},
-                                      {"plainTerm", 'd', 40},      {"channelByte", 'u', 48},
-                                      {"stateCode", 'u', 52},      {"inUse", 'u', 56, 60},
-                                      {"groupClass", 'u', 64, 68}, {"modeNibble", 'u', 72}};
-constexpr FieldAt kStatus2Fields[] = {{"receiverTime", 'd', 0x00},
-                                      {"missionDuration", 'u', 0x08, 0x0C},
-                                      {"status2Value", 'u', 0x30, 0x34},
-                                      {"status2Code", 'u', 0x38, 0x3C},
-                                      {"warningCount", 'u', 0x33D0}};
-constexpr FieldAt kHealthFields[] = {{"recordKind", 'u', 32}, {"svCount", 'u', 132}};
-constexpr FieldAt kSvFields[] = {{"svNumber", 'u', 0}, {"health", 'u', 4}};
-constexpr FieldAt kHealth2Fields[] = {{"svCount", 'u', 416}};
-constexpr FieldAt kSv2Fields[] = {
-    {"svNumber", 'u', 0}, {"azimuth", 'd', 8}, {"elevation", 'd', 16}, {"slotFlag", 'u', 24}};
-constexpr FieldAt kDateFields[] = {
-    {"year", 'u', 0},     {"month", 'u', 4},    {"day", 'u', 8},         {"hours", 'u', 16},
-    {"minutes", 'u', 20}, {"seconds", 'u', 24}, {"nanoseconds", 'u', 28}};
+/** Fields as type, name and offset [hex]: u, i or d for what is always there; U, I or D for what
+ *  has its present word behind it. */
+constexpr const char* kStatusFields =
+    R"(d receiverTime 0  u positionQuality 8  u timeQuality C  U timeStatus 10  U operatingMode 18
+    u channelCount 7A8  U statusWordA 7AC  U statusWordB 7B4  I statusWordC 7BC
+    D statusValueD 7C8  U statusWordE 7D4  U statusWordF 7DC  U northReference 7E4
+    D northReferenceCorrection 7F0  U statusBitsG 7FC  U datumCode 804  D magneticVariation 810
+    U magneticVariationSource 81C  U positionValid 824  U modeFlagA 82C  U modeFlagB 834
+    U modeFlagC 83C  U noChannelInState2 844  U noChannelInState2Or3 84C  D precisionTotal 858
+    D precisionA 868  D precisionB 878  D precisionC 888  D positionError 8A0  d errorValueA 8B0
+    d errorValueB 8B8  D errorValueC 8C0  D errorValueD 8D0)";
+constexpr const char* kChannelFields =
+    R"(u svNumber 0  U stateClass 4  U activity C  D doubledTerm 18  d plainTerm 28
+    u channelByte 30  u stateCode 34  U inUse 38  U groupClass 40  u modeNibble 48)";
+constexpr const char* kStatus2Fields =
+    R"(d receiverTime 0  U missionDuration 8  U status2Value 30  U status2Code 38
+    u warningCount 33D0)";
+constexpr const char* kHealthFields = "u recordKind 20  u svCount 84";
+constexpr const char* kSvFields = "u svNumber 0  u health 4";
+constexpr const char* kHealth2Fields = "u svCount 1A0";
+constexpr const char* kSv2Fields = "u svNumber 0  d azimuth 8  d elevation 10  u slotFlag 18";
+constexpr const char* kDateFields =
+    "u year 0  u month 4  u day 8  u hours 10  u minutes 14  u seconds 18  u nanoseconds 1C";
 
 template <class T>
 void put(void* record, std::size_t offset, T value) {
@@ -78,22 +44,25 @@ void put(void* record, std::size_t offset, T value) {
 }
 
 /** Writes a number of its own into each field from `first` on; returns what the bus should show. */
-template <std::size_t N>
-json fill(void* record, const FieldAt (&fields)[N], int first, bool present) {
+json fill(void* record, const char* fields, int first, bool present) {
     json expected = json::object();
-    for (const FieldAt& field : fields) {
-        const int value = first++;
-        if (field.type == 'd') {
-            put(record, field.offset, value + 0.25);
+    std::istringstream words(fields);
+    std::string name;
+    char type = 0;
+    for (std::size_t offset = 0; words >> type >> name >> std::hex >> offset; ++first) {
+        const bool optional = std::isupper(type) != 0;
+        json value = type == 'i' || type == 'I' ? -first : first;
+        if (type == 'd' || type == 'D') {
+            value = first + 0.25;
+            put(record, offset, first + 0.25);
         } else {
-            put(record, field.offset, field.type == 'i' ? -value : value);
+            put(record, offset, value.get<int>());
         }
-        if (field.presentOffset != 0) {
-            put<std::uint32_t>(record, field.presentOffset, present ? 1 : 0);
+        if (optional) {
+            put(record, offset + (value.is_number_float() ? 8 : 4), present ? 1 : 0);
         }
-        if (present || field.presentOffset == 0) {
-            expected[field.name] =
-                field.type == 'd' ? json(value + 0.25) : json(field.type == 'i' ? -value : value);
+        if (present || !optional) {
+            expected[name] = value;
         }
     }
     return expected;
@@ -371,19 +340,15 @@ TEST_F(Publication, FaultsComeAndGo) {
 
 TEST_F(Publication, ServicesOfOtherKindsRaiseNoFaults) {
     int memory = 0;
-    const auto handle = [&memory](auto* typed) {
-        return reinterpret_cast<decltype(typed)>(&memory);
+    const auto expectNone = [&memory](auto add, auto removeIt, auto* typed) {
+        EXPECT_EQ(add(reinterpret_cast<decltype(typed)>(&memory), "x", 0, 0, 0, 0), 0U);
+        removeIt(nullptr, 1);
     };
-    EXPECT_EQ(vapntsAddFault(handle((VapntsService*)nullptr), "x", 0, 0, 0, 0), 0U);
-    EXPECT_EQ(vpossAddFault(handle((VpossService*)nullptr), "x", 0, 0, 0, 0), 0U);
-    EXPECT_EQ(vorisAddFault(handle((VorisService*)nullptr), "x", 0, 0, 0, 0), 0U);
-    EXPECT_EQ(vdotsAddFault(handle((VdotsService*)nullptr), "x", 0, 0, 0, 0), 0U);
-    EXPECT_EQ(vgensAddFault(handle((VgensService*)nullptr), "x", 0, 0, 0, 0), 0U);
-    vapntsRemoveFault(nullptr, 1);
-    vpossRemoveFault(nullptr, 1);
-    vorisRemoveFault(nullptr, 1);
-    vdotsRemoveFault(nullptr, 1);
-    vgensRemoveFault(nullptr, 1);
+    expectNone(vapntsAddFault, vapntsRemoveFault, (VapntsService*)nullptr);
+    expectNone(vpossAddFault, vpossRemoveFault, (VpossService*)nullptr);
+    expectNone(vorisAddFault, vorisRemoveFault, (VorisService*)nullptr);
+    expectNone(vdotsAddFault, vdotsRemoveFault, (VdotsService*)nullptr);
+    expectNone(vgensAddFault, vgensRemoveFault, (VgensService*)nullptr);
 }
 
 }  // namespace

@@ -1,10 +1,10 @@
 // What clients ask: each request, every way to spoil one, and clients that misbehave.
-#include <cstdio>
 #include <memory>
 #include <random>
 #include <thread>
 
-#include "victory/Rig.h"
+#include "support/Eventually.h"
+#include "victory/Owner.h"
 
 namespace victory_test {
 namespace {
@@ -13,107 +13,25 @@ using ::testing::HasSubstr;
 
 constexpr std::size_t kMaximumLine = std::size_t{4} << 20;
 
-std::string hex(const std::uint8_t* bytes, std::size_t count) {
-    std::string text;
-    for (std::size_t i = 0; i < count; ++i) {
-        char digits[3];
-        std::snprintf(digits, sizeof digits, "%02X", bytes[i]);
-        text += digits;
-    }
-    return text;
-}
-
-/** The owner of a service: notes what it is asked, and answers as told. */
-class Owner {
-public:
-    std::atomic<int> result{0};
-    std::function<void()> during = [] {};
-    Count begun;
-    Count ended;
-
-    void offerAll(VgpssService* service) {
-        vgpssInitSaveVclidCallback(service, saveVcl, this);
-        vgpssInitSetCommandCallback(service, command, this);
-        vgpssInitSetMagneticVariationCallback(service, variation, this);
-        vgpssInitSetMissionDurationCallback(service, duration, this);
-        vgpssInitSetOperatingModeCallback(service, mode, this);
-        vgpssInitSetReceiverHotStartDataCallback(service, hotStartData, this);
-        vgpssInitSetReceiverHotStartPortCallback(service, hotStartPort, this);
-    }
-
-    std::string last() EXCLUDES(m_mutex) {
-        const utilities::MutexLock lock(m_mutex);
-        return m_last;
-    }
-
-private:
-    static int note(void* data, const std::string& call) {
-        Owner& owner = *static_cast<Owner*>(data);
-        {
-            const utilities::MutexLock lock(owner.m_mutex);
-            owner.m_last = call;
-        }
-        owner.begun.add();
-        owner.during();
-        owner.ended.add();
-        return owner.result;
-    }
-    static int saveVcl(void* data, VgpssService*, const char* text) {
-        return note(data, std::string("vcl ") + text);
-    }
-    static int command(void* data, VgpssService*, VgpsCommandData record) {
-        std::string call = "command";
-        for (unsigned i = 0; i < record.commandCount; ++i) {
-            (call += ' ') += std::to_string(record.commands[i].commandName);
-            (call += ':') += std::to_string(record.commands[i].commandType);
-        }
-        return note(data, call);
-    }
-    static int variation(void* data, VgpssService*, VgpscMagneticVariation source, double degrees) {
-        return note(data, "variation " + std::to_string(source) + " " + std::to_string(degrees));
-    }
-    static int duration(void* data, VgpssService*, unsigned value) {
-        return note(data, "duration " + std::to_string(value));
-    }
-    static int mode(void* data, VgpssService*, VgpscOperatingMode value) {
-        return note(data, "mode " + std::to_string(value));
-    }
-    static int hotStartPort(void* data, VgpssService*, VgpscReceiverHotStartPort port) {
-        return note(data, std::string("port ") + port.name);
-    }
-    static int hotStartData(void* data, VgpssService*, VgpscReceiverHotStartData record) {
-        std::string call = "data " + std::to_string(record.hotStartMode) + " " +
-                           std::to_string(record.messageCount);
-        if (record.messageCount != 0) {
-            const VgpscHotStartMessage& message = record.messages[record.messageCount - 1];
-            (call += ' ') += std::to_string(message.messageId);
-            (call += ',') += std::to_string(message.sequence);
-            (call += ',') += hex(message.bytes, message.length);
-        }
-        return note(data, call);
-    }
-
-    utilities::Mutex m_mutex;
-    std::string m_last GUARDED_BY(m_mutex);
-};
-
 constexpr const char* kDuration = R"({"request":"missionDuration","id":"x","duration":5})";
 
-class Request : public Rig {
+class Request : public OwnedRig {
 protected:
-    void start() {
-        make();
-        owner.offerAll(service);
-        ASSERT_EQ(vgpssStartService(service), 0);
-    }
     /** Makes every callback wait until `release` counts one for it. */
     void holdCallbacks() {
         owner.during = [this] { EXPECT_TRUE(release.reaches(1)); };
     }
 
-    Owner owner;
     Count release;
 };
+
+std::string repeated(std::string_view text, int count) {
+    std::string whole;
+    while (count-- > 0) {
+        whole += text;
+    }
+    return whole;
+}
 
 struct GoodRequest {
     const char* line;
@@ -125,10 +43,8 @@ const GoodRequest kGoodRequests[] = {
      "command 0:1 -7:3"},
     {R"({"request":"command","commands":[]})", "command"},
     {R"({"request":"saveVcl","id":2,"text":"<vcl:VCL a='\u00e9'/>"})", "vcl <vcl:VCL a='é'/>"},
-    {R"({"request":"magneticVariation","id":3,"source":0,"degrees":-12.5})",
-     "variation 0 -12.500000"},
-    {R"({"request":"magneticVariation","id":3,"source":2,"degrees":190})",
-     "variation 2 190.000000"},
+    {R"({"request":"magneticVariation","id":3,"source":0,"degrees":-12.5})", "variation 0 -12.5"},
+    {R"({"request":"magneticVariation","id":3,"source":2,"degrees":190})", "variation 2 190"},
     {R"({"request":"missionDuration","id":4,"duration":4294967295})", "duration 4294967295"},
     {R"({"request":"operatingMode","id":5,"mode":-2147483648})", "mode -2147483648"},
     {R"({"request":"hotStartPort","id":6,"name":"J4COM3","extra":[]})", "port J4COM3"},
@@ -163,10 +79,7 @@ TEST_F(Request, OfAWholeHotStartRecordFits) {
     start();
     Client client = connect();
     json request = {{"request", "hotStartData"}, {"hotStartMode", 0}, {"messages", json::array()}};
-    std::string bytes;
-    for (int i = 0; i < VGPSC_HOT_START_MESSAGE_BYTES; ++i) {
-        bytes += "A5";
-    }
+    const std::string bytes = repeated("A5", VGPSC_HOT_START_MESSAGE_BYTES);
     for (int i = 1; i <= VGPSC_HOT_START_MESSAGES; ++i) {
         request["messages"].push_back({{"messageId", 0}, {"sequence", i}, {"bytes", bytes}});
     }
@@ -182,14 +95,6 @@ struct BadRequest {
     std::string line;
     const char* error;
 };
-
-std::string padded(const char* before, int count, const char* filling, const char* after) {
-    std::string text(before);
-    for (int i = 0; i < count; ++i) {
-        text += filling;
-    }
-    return text += after;
-}
 
 const BadRequest kBadRequests[] = {
     {"{", "isn't JSON, at byte 2"},
@@ -219,17 +124,17 @@ const BadRequest kBadRequests[] = {
     {R"({"request":"saveVcl","text":"<VCL/>"})", "root element \"VCL\", needed is vcl:VCL"},
     {R"({"request":"saveVcl","text":"<vcl:VCL>"})", "isn't XML"},
     {R"({"request":"saveVcl","text":"<vcl:VCL/>\u0000"})", "none of them NUL"},
-    {padded(R"({"request":"saveVcl","text":")", 65536, " ", "\"}"), "at most 65535 bytes"},
-    {padded(R"({"request":"hotStartPort","name":")", 256, "p", "\"}"), "at most 255 bytes"},
+    {R"({"request":"saveVcl","text":")" + repeated(" ", 65536) + "\"}", "at most 65535 bytes"},
+    {R"({"request":"hotStartPort","name":")" + repeated("p", 256) + "\"}", "at most 255 bytes"},
     {R"({"request":"hotStartData","hotStartMode":1,"messages":[{"messageId":1,"sequence":1,)"
      R"("bytes":"ABC"}]})",
      "two hexadecimal digits"},
     {R"({"request":"hotStartData","hotStartMode":1,"messages":[{"messageId":1,"sequence":1,)"
      R"("bytes":"AG"}]})",
      "has to be hexadecimal"},
-    {padded("", 100000, "[", ""), "8 levels"},
-    {padded("[", 100000, "{", ""), "isn't JSON"},
-    {padded(R"({"a":[)", 5000, "0,", "0]}"), "4096 values"},
+    {repeated("[", 100000), "8 levels"},
+    {"[" + repeated("{", 100000), "isn't JSON"},
+    {R"({"a":[)" + repeated("0,", 5000) + "0]}", "4096 values"},
 };
 
 TEST_F(Request, ThatCanNotBeReadIsAnsweredAndSaidOnStandardError) {
@@ -421,11 +326,7 @@ TEST_F(Request, ClientsBeyondTheBoundAreTurnedAwayUntilOneLeaves) {
     EXPECT_THAT(refused.next()["error"], HasSubstr("too many clients"));
     EXPECT_TRUE(refused.seesTheEnd());
     clients.pop_back();
-    bool welcome = false;
-    for (const auto deadline = Clock::now() + kPatience; !welcome && Clock::now() < deadline;) {
-        welcome = connect().next().contains("hello");
-    }
-    EXPECT_TRUE(welcome);
+    EXPECT_TRUE(eventually([] { return connect().next().contains("hello"); }));
 }
 
 }  // namespace

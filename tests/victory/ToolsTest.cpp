@@ -3,9 +3,9 @@
 
 #include <cstdio>
 #include <fstream>
-#include <memory>
+#include <set>
 
-#include "victory/Rig.h"
+#include "victory/Owner.h"
 #include "victory/tools/ReportText.h"
 
 namespace victory_test {
@@ -114,7 +114,7 @@ private:
     FILE* m_pipe;
 };
 
-class Vgpsctl : public Rig {
+class Vgpsctl : public OwnedRig {
 protected:
     static Outcome run(const std::string& arguments) { return Ctl(arguments).finish(); }
 
@@ -123,52 +123,20 @@ protected:
         std::ofstream(path) << text;
         return path;
     }
-    /** A service that refuses what is odd, and offers nothing but the command and a few more. */
-    void start() {
+    /** A service that carries out these requests alone, and doesn't offer the test mode's. */
+    void startFor(const std::set<std::string>& good) {
         make();
-        vgpssInitSetCommandCallback(
-            service,
-            [](void*, VgpssService*, VgpsCommandData record) {
-                const VgpsCommand& command = record.commands[0];
-                return record.commandCount == 1 && command.commandName == 0 &&
-                               command.commandType == 1
-                           ? 0
-                           : 1;
-            },
-            nullptr);
-        vgpssInitSetMagneticVariationCallback(
-            service,
-            [](void*, VgpssService*, VgpscMagneticVariation source, double degrees) {
-                return source == 1 || (source == 0 && degrees == -12.5) ? 0 : 1;
-            },
-            nullptr);
-        vgpssInitSetReceiverHotStartPortCallback(
-            service,
-            [](void*, VgpssService*, VgpscReceiverHotStartPort port) {
-                return std::string(port.name) == "J1COM1" ? 0 : 1;
-            },
-            nullptr);
-        vgpssInitSetReceiverHotStartDataCallback(
-            service,
-            [](void*, VgpssService*, VgpscReceiverHotStartData record) {
-                return record.hotStartMode == 3 && record.messageCount == 1 &&
-                               record.messages[0].length == 2 && record.messages[0].bytes[1] == 0x81
-                           ? 0
-                           : 1;
-            },
-            nullptr);
-        vgpssInitSaveVclidCallback(
-            service,
-            [](void*, VgpssService*, const char* text) {
-                return std::string(text) == "<vcl:VCL/>\n" ? 0 : 1;
-            },
-            nullptr);
+        owner.during = [this, good] { owner.result = good.contains(owner.last()) ? 0 : 1; };
+        owner.offerAll(service);
+        vgpssInitSetMissionDurationCallback(service, nullptr, nullptr);
+        vgpssInitSetOperatingModeCallback(service, nullptr, nullptr);
         ASSERT_EQ(vgpssStartService(service), 0);
     }
 };
 
 TEST_F(Vgpsctl, SendsARequestAndEndsWithItsOutcome) {
-    start();
+    startFor({"command 0:1", "variation 0 -12.5", "variation 1 0", "port J1COM1",
+              "data 3 1 7,1,FF81", "vcl <vcl:VCL/>\n"});
     const std::string vclFile = write("good.xml", "<vcl:VCL/>\n");
     const std::string badVcl = write("bad.xml", "<other/>");
     const std::string data = write("data.json",
