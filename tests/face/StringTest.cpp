@@ -8,7 +8,6 @@
 namespace {
 
 using FACE::String;
-using face_test::NoMemory;
 
 constexpr std::uint32_t MOST = 0xFFFFFFFEU;
 const std::string LONG(100, 'x');

@@ -9,9 +9,6 @@
 #include "support/Captured.h"
 #include "support/Eventually.h"
 
-/** Allocations of the whole program so far, by new. */
-long allocations();
-
 /** Puts all of `bytes` on a pipe at once; there is room for a megabyte. */
 inline bool put(int pipe, std::string_view bytes) {
     return ::write(pipe, bytes.data(), bytes.size()) == static_cast<ssize_t>(bytes.size());

@@ -13,7 +13,7 @@
 #include <memory>
 #include <thread>
 
-#include "victory/AllocationCount.h"
+#include "support/Allocations.h"
 #include "victory/Rig.h"
 
 namespace victory_test {
@@ -154,7 +154,7 @@ TEST_F(Life, TellingNeitherAllocatesNorWaitsForClients) {
     ::testing::internal::CaptureStderr();
     const Clock::time_point before = Clock::now();
     {
-        const AllocationCount allocations;
+        const Allocations allocations;
         for (int i = 0; i < 2000; ++i) {  // some 10 MB on the bus
             const VgpscDateTime date{};
             vgpssTellStatusData(service, 24, statusAt(i), &date);
@@ -170,12 +170,12 @@ TEST_F(Life, TellingNeitherAllocatesNorWaitsForClients) {
         vgpssTellDeviceReceiverPorts(service, {});
         vgpssTellDeviceReceiverHotStartPort(service, {"J1COM1"});
         vgpssTellDeviceReceiverHotStartData(service, *hotStart);
-        EXPECT_EQ(allocations.value(), 0U);
+        EXPECT_EQ(allocations.count(), 0U);
     }
     EXPECT_LT(Clock::now() - before, kPatience / 2);
-    const AllocationCount allocations;
+    const Allocations allocations;
     vgpssAddFault(service, "a text that no string holds within itself", 0, 0, 0, 0);
-    EXPECT_NE(allocations.value(), 0U) << "the library's allocations count";
+    EXPECT_NE(allocations.count(), 0U) << "the library's allocations count";
     remove();
     ::testing::internal::GetCapturedStderr();
 }
