@@ -193,9 +193,9 @@ TEST(OutputRedirector, PrintsOfTheWriterStayTogetherAmongThreads) {
 }
 
 TEST(OutputRedirector, MegabyteWithoutALineEndArrivesWhole) {
-    std::string text(1U << 20U, '.');
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        text[i] = static_cast<char>('a' + i * i % 23);
+    std::string text;
+    for (unsigned i = 0; i < 1U << 20U; ++i) {
+        text += static_cast<char>('a' + std::size_t{i} * i % 23);
     }
     Pieces pieces;
     {
