@@ -5,7 +5,6 @@
 #include <cstring>
 #include <fstream>
 #include <map>
-#include <new>
 #include <sstream>
 #include <utility>
 
@@ -134,7 +133,7 @@ private:
 };
 
 /** No allocation may be out of proportion to `bytes`, and what is taken of them must go out and
- * come in again as the same bytes. Returns whether they were taken. */
+ *  come in again as the same bytes. Returns whether they were taken. */
 bool attack(const Row& row, const Bytes& bytes) {
     Message message(row);
     const Allocations allocations;

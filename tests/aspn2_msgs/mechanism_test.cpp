@@ -1,4 +1,6 @@
 /** What a message's class and its type support owe to the list of fields. */
+#include <cstring>
+#include <tuple>
 #include <utility>
 
 #include "aspn2_msgs/EventLogPubSubTypes.h"

@@ -7,9 +7,7 @@
 #include <atomic>
 #include <functional>
 #include <future>
-#include <iostream>
 #include <random>
-#include <sstream>
 #include <stdexcept>
 #include <vector>
 
