@@ -43,28 +43,23 @@ TEST(TimeCodes, TicksBecomeAStampWithTheProcessesTimeCode) {
             timeCode == 101 ? code.setSimMode() : code.setLiveMode();
             const timestamp expected{c.sec, c.nsec, timeCode};
             const timestamp untouched{5, 6, 7};
-            ASPN2::header memory{1, untouched, untouched, 2};
-            idl::header message;
-            ASPN2::copyHeader_fromTo(memory, message);
-
-            ASPN2::setToV_fromFpgaTicks(c.ticks, memory);
-            EXPECT_EQ(memory, (ASPN2::header{1, untouched, expected, 2})) << c.ticks;
-            ASPN2::setToA_fromFpgaTicks(c.ticks, message);
-            EXPECT_EQ(stampOf(message.timestamp_arrival()), expected) << c.ticks;
-            EXPECT_EQ(stampOf(message.timestamp_valid()), untouched);
-
-            ASPN2::setToA_fromFpgaTicks(c.ticks, memory);
-            EXPECT_EQ(memory, (ASPN2::header{1, expected, expected, 2}));
-            ASPN2::setToV_fromFpgaTicks(c.ticks, message);
-            EXPECT_EQ(stampOf(message.timestamp_valid()), expected);
-
-            ASPN2::header both;
-            ASPN2::setToVandToA_fromFpgaTicks(c.ticks, both);
-            EXPECT_EQ(both, (ASPN2::header{0, expected, expected, 0}));
-            idl::header bothMessage;
-            ASPN2::setToVandToA_fromFpgaTicks(c.ticks, bothMessage);
-            EXPECT_EQ(stampOf(bothMessage.timestamp_arrival()), expected);
-            EXPECT_EQ(stampOf(bothMessage.timestamp_valid()), expected);
+            const auto expect = [&](auto set, const timestamp& arrival, const timestamp& valid) {
+                ASPN2::header memory{1, untouched, untouched, 2};
+                idl::header message;
+                ASPN2::copyHeader_fromTo(memory, message);
+                const ASPN2::header result{1, arrival, valid, 2};
+                set(c.ticks, memory);
+                EXPECT_EQ(memory, result) << c.ticks;
+                set(c.ticks, message);
+                ASPN2::copyHeader_fromTo(message, memory);
+                EXPECT_EQ(memory, result) << c.ticks;
+            };
+            expect([](auto t, auto& to) { ASPN2::setToV_fromFpgaTicks(t, to); }, untouched,
+                   expected);
+            expect([](auto t, auto& to) { ASPN2::setToA_fromFpgaTicks(t, to); }, expected,
+                   untouched);
+            expect([](auto t, auto& to) { ASPN2::setToVandToA_fromFpgaTicks(t, to); }, expected,
+                   expected);
         }
     }
 }
@@ -158,23 +153,19 @@ TEST(DeviceIds, NamesOfServersAndComponents) {
         named += ASPN2::ServerIds::to_string(static_cast<unsigned char>(id)) == invalid ? 0 : 1;
     }
     EXPECT_EQ(named, 40);
-    struct Server {
-        unsigned char id;
-        const char* name;
-    };
-    for (const Server& s : {Server{0, "INVALID_SERVER_ID"},
-                            {1, "Gateway"},
-                            {16, "MSDUI"},
-                            {39, "Tyrn"},
-                            {43, "INVALID_SERVER_ID"},
-                            {46, "VGpsReceiverServer"},
-                            {50, "TyrnDt"},
-                            {54, "MaintLogServer"},
-                            {97, "pilServer"},
-                            {113, "AtpServer"},
-                            {125, "VGenericEndNodeServer"},
-                            {255, "INVALID_SERVER_ID"}}) {
-        EXPECT_STREQ(ASPN2::ServerIds::to_string(s.id), s.name);
+    for (const auto& [id, name] : {std::pair{0, "INVALID_SERVER_ID"},
+                                   {1, "Gateway"},
+                                   {16, "MSDUI"},
+                                   {39, "Tyrn"},
+                                   {43, "INVALID_SERVER_ID"},
+                                   {46, "VGpsReceiverServer"},
+                                   {50, "TyrnDt"},
+                                   {54, "MaintLogServer"},
+                                   {97, "pilServer"},
+                                   {113, "AtpServer"},
+                                   {125, "VGenericEndNodeServer"},
+                                   {255, "INVALID_SERVER_ID"}}) {
+        EXPECT_STREQ(ASPN2::ServerIds::to_string(static_cast<unsigned char>(id)), name);
     }
     struct Component {
         unsigned char server, unit;

@@ -152,13 +152,13 @@ TEST_F(ConfigAttack, LackOfMemoryIsACode) {
     int handle = 0;
     RC::Value rc = RC::TIMED_OUT;
     {
-        const face_test::NoMemory none;
+        const NoMemory none;
         config.Initialize(path, rc);
     }
     EXPECT_EQ(rc, RC::INVALID_CONFIG);
     ASSERT_EQ(initialize(config), RC::NO_ERROR);
     {
-        const face_test::NoMemory none;
+        const NoMemory none;
         config.Open("A", handle, rc);
     }
     EXPECT_EQ(rc, RC::INVALID_CONFIG);
@@ -166,7 +166,7 @@ TEST_F(ConfigAttack, LackOfMemoryIsACode) {
     {
         std::string value(100, 'v');
         int written = -1;
-        const face_test::NoMemory none;
+        const NoMemory none;
         config.Write(handle, "Port", value.data(), 100, written, rc);
         EXPECT_EQ(written, 0);
     }

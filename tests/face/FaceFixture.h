@@ -13,25 +13,12 @@
 #include <string>
 
 #include "face/HC_Config.h"
+#include "support/Allocations.h"
 #include "support/Captured.h"
 
 namespace face_test {
 
 using RC = FACE::RETURN_CODE_TYPE;
-
-/** While one lives, this thread's operator new throws. */
-class NoMemory {
-public:
-    NoMemory() { s_active = true; }
-    ~NoMemory() { s_active = false; }
-    NoMemory(const NoMemory&) = delete;
-    NoMemory& operator=(const NoMemory&) = delete;
-
-    static bool isActive() { return s_active; }
-
-private:
-    static thread_local bool s_active;
-};
 
 /** A directory of its own with one configuration file, and a service over it. */
 class ConfigFixture : public ::testing::Test {

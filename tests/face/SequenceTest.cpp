@@ -11,7 +11,6 @@
 namespace {
 
 using Numbers = FACE::Sequence<int>;
-using face_test::NoMemory;
 
 std::vector<int> held(const Numbers& numbers) {
     return {numbers.begin(), numbers.end()};

@@ -352,14 +352,14 @@ TEST_F(GssipMcsqTest, RecordsAllocateNothingOnceWarm) {
     const std::string burst = record(600, 1) + record(4, 2) + record(0, 3) + record(600, 4);
     put(m_pipes[0], burst);
     ASSERT_TRUE(hears(3));
-    const long before = allocations();
+    const std::size_t before = Allocations::ofTheProcess();
     for (std::size_t i = 1; i <= 50; ++i) {
         put(m_pipes[0], burst);
         while (m_heard != 3 * (i + 1)) {
             std::this_thread::yield();
         }
     }
-    EXPECT_EQ(allocations() - before, 0);
+    EXPECT_EQ(Allocations::ofTheProcess() - before, 0U);
 }
 
 }  // namespace

@@ -92,7 +92,6 @@ TEST(TyrnUnitSetup, OtherSettings) {
     message.setFrequencyType(e5330_FrequencyType::Type2);
     EXPECT_EQ(sent(message), (Set{{9, 4}, {26, 2}, {105, 0xFFFA}}));
     message.setElevationHoldType(e5330_ElevHoldType::Type1);
-    EXPECT_EQ(sent(message), (Set{{9, 5}, {26, 0x1002}, {105, 0xEFF9}}));
     message.setFrequencyType(e5330_FrequencyType::Type1);
     EXPECT_EQ(sent(message), (Set{{9, 5}, {26, 0x1001}, {105, 0xEFFA}}));
 }

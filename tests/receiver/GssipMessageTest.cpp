@@ -26,48 +26,34 @@ const Words kNew{0x81FF, 1234, 3, 0x9000, 0, 0, 0, 0, 0};
 
 }  // namespace
 
-TEST(GssipMessage, StartsWithItsHeaderAndNoChecksums) {
-    const ThreeWords message;
-    EXPECT_EQ(message.words(), kNew);
-    EXPECT_EQ(message.msgId(), 1234);
-    EXPECT_EQ(message.wordCount(), 3U);
-    EXPECT_EQ(message.calculateHeaderChecksum(), 0xE92C);
-    EXPECT_EQ(message.checksumOfHeader(), 0xE92C);
-}
-
-TEST(GssipMessage, WritesWithBothChecksums) {
+TEST(GssipMessage, WritesWithBothChecksumsAndFewerWordsWhenTold) {
     ThreeWords message;
     Sink sink;
+    EXPECT_EQ(message.words(), kNew);
+    EXPECT_EQ(message.msgId(), 1234);
+    EXPECT_EQ(message.calculateHeaderChecksum(), 0xE92C);
+    EXPECT_EQ(message.checksumOfHeader(), 0xE92C);
     message.setWord(5, 1);
     message.setWord(7, 0x8000);
     EXPECT_EQ(message.checksumOfContents(), 0x7FFF);
     message.WriteMessage(&sink);
-    EXPECT_EQ(sink.frames,
-              (std::vector<Words>{{0x81FF, 1234, 3, 0x9000, 0xE92C, 1, 0, 0x8000, 0x7FFF}}));
-    EXPECT_EQ(message.shown, 1);
     EXPECT_EQ(message.checksumOfHeader(), 0);
     message.WriteMessage(nullptr);
     EXPECT_EQ(message.shown, 1);
-}
 
-TEST(GssipMessage, WritesFewerWordsWhenTold) {
-    ThreeWords message;
-    Sink sink;
-    message.setWord(6, 9);
-    message.set_gpsip_wdcnt(0);
-    EXPECT_EQ(message.checksumOfContents(), 0);
-    message.WriteMessage(&sink);
-    message.set_gpsip_wdcnt(1);
-    message.WriteMessage(&sink);
-    EXPECT_EQ(sink.frames, (std::vector<Words>{{0x81FF, 1234, 0, 0x9000, 0xE92F},
-                                               {0x81FF, 1234, 1, 0x9000, 0xE92E, 0, 0}}));
-}
-
-TEST(GssipMessage, CountBeyondTheBufferChangesNothing) {
-    ThreeWords message;
-    message.set_gpsip_wdcnt(4);
-    EXPECT_EQ(message.words(), kNew);
+    message.clearContents();
+    message.set_gpsip_wdcnt(4);  // beyond the buffer: changes nothing
     EXPECT_EQ(message.wordCount(), 3U);
+    message.setWord(6, 9);
+    for (const auto count : std::initializer_list<unsigned short>{0, 1}) {
+        message.set_gpsip_wdcnt(count);
+        EXPECT_EQ(message.checksumOfContents(), 0);
+        message.WriteMessage(&sink);
+    }
+    EXPECT_EQ(sink.frames,
+              (std::vector<Words>{{0x81FF, 1234, 3, 0x9000, 0xE92C, 1, 0, 0x8000, 0x7FFF},
+                                  {0x81FF, 1234, 0, 0x9000, 0xE92F},
+                                  {0x81FF, 1234, 1, 0x9000, 0xE92E, 0, 0}}));
 }
 
 TEST(GssipMessage, CountThatDiffersFromTheHeaderWritesNothing) {

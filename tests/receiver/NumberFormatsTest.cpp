@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <random>
@@ -18,19 +19,19 @@ namespace {
 constexpr double kInf = std::numeric_limits<double>::infinity();
 constexpr int kRandomCases = 100000;
 
-/** `significand` * 2^`scale`, cut to 53 bits. */
-double scaled(bool negative, std::uint64_t significand, int scale) {
-    for (; significand >> 53 != 0; ++scale) {
-        significand /= 2;
-    }
-    const double magnitude = std::ldexp(static_cast<double>(significand), scale);
-    return negative && significand != 0 ? -magnitude : magnitude;
+/** `value` cut to the 53 bits of a double. */
+double cutToDouble(long double value) {
+    int exponent = 0;
+    const long double digits = std::ldexp(std::frexp(value, &exponent), 53);
+    return std::ldexp(static_cast<double>(std::trunc(digits)), exponent - 53);
 }
 
 /** A number by its fields, worked out in floating point: (-1)^S * 0.1F * 2^(E - 128). */
-double valueOf(bool negative, int exponent, std::uint64_t fraction, int fractionBits) {
-    return scaled(negative, fraction | std::uint64_t{1} << fractionBits,
-                  exponent - 128 - fractionBits - 1);
+long double valueOf(bool negative, int exponent, std::uint64_t fraction, int fractionBits) {
+    const std::uint64_t significand = fraction | std::uint64_t{1} << fractionBits;
+    const auto scale = exponent - 128 - fractionBits - 1;
+    const long double magnitude = std::ldexp(static_cast<long double>(significand), scale);
+    return negative ? -magnitude : magnitude;
 }
 
 /** F of a PDP number of `count` words. */
@@ -129,7 +130,8 @@ TEST_F(RandomNumbers, FromTheReceiverAgreeWithTheirFields) {
         const Words words = wordsOf(bytes.data(), bytes.size());
         const bool negative = words[0] >= 0x8000;
         const int exponent = words[0] / 128 % 256;
-        ASSERT_EQ(CnvPdpD2PcD(words.data()), valueOf(negative, exponent, fractionOf(words, 4), 55));
+        ASSERT_EQ(CnvPdpD2PcD(words.data()),
+                  cutToDouble(valueOf(negative, exponent, fractionOf(words, 4), 55)));
         ASSERT_EQ(CnvPdpF2PcF(words.data()),
                   exponent < 3 ? 0.0 : valueOf(negative, exponent, fractionOf(words, 2), 23));
         std::uint64_t fraction = bytes[5] % 128;
@@ -189,25 +191,14 @@ TEST_F(RandomNumbers, SplitIntoWholeAndFraction) {
     for (int i = 0; i < kRandomCases; ++i) {
         // All exponents that have both parts, and a few to either side.
         const std::uint64_t bits = draw();
-        const bool negative = bits % 2 != 0;
         const int exponent = 125 + static_cast<int>(bits / 2 % 64);
-        const std::uint64_t fraction = bits >> 9;
-        const Words words = [&] {
-            const std::uint64_t head = bits % 2 << 8 | static_cast<std::uint64_t>(exponent);
-            const std::uint64_t pdp = head << 55 | fraction;
-            return Words{static_cast<unsigned short>(pdp >> 48),
-                         static_cast<unsigned short>(pdp >> 32),
-                         static_cast<unsigned short>(pdp >> 16), static_cast<unsigned short>(pdp)};
-        }();
-        const std::uint64_t significand = std::uint64_t{1} << 55 | fraction;
-        const int restBits = std::clamp(184 - exponent, 0, 56);
-        const std::uint64_t whole = significand >> restBits;
-        double integerPart = -1.0;
-        ASSERT_EQ(PdpD_modf(words.data(), &integerPart),
-                  scaled(negative, significand - (whole << restBits), exponent - 184))
-            << std::hex << bits;
-        ASSERT_EQ(integerPart, scaled(negative, whole, exponent - 184 + restBits))
-            << std::hex << bits;
+        const std::uint64_t head = bits % 2 << 8 | static_cast<std::uint64_t>(exponent);
+        Words words = wordsOf(bytesOf(head << 55 | bits >> 9).data(), 8);
+        std::reverse(words.begin(), words.end());
+        const long double value = valueOf(bits % 2 != 0, exponent, bits >> 9, 55);
+        double whole = -1.0;
+        ASSERT_EQ(PdpD_modf(words.data(), &whole), cutToDouble(value - std::trunc(value)));
+        ASSERT_EQ(whole, cutToDouble(std::trunc(value)));
     }
 }
 

@@ -138,11 +138,8 @@ TEST(HexPrint, RowsOfTen) {
 TEST(HexPrint, ShortFramePrintsWhatIsThere) {
     const Words frame = goodFrame(12);
     const std::string whole = FormatMessageInHex(frame.data());
-    const Bytes bytes = [&] {
-        Bytes all(2 * frame.size() + 3, 0xEE);
-        std::memcpy(all.data(), frame.data(), 2 * frame.size());
-        return all;
-    }();
+    Bytes bytes(2 * frame.size() + 3, 0xEE);
+    std::memcpy(bytes.data(), frame.data(), 2 * frame.size());
     for (std::size_t length = 0; length <= bytes.size(); ++length) {
         // A copy of its own, so that a read beyond it shows.
         const Bytes cut(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(length));

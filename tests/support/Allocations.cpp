@@ -1,28 +1,25 @@
 // Stands apart, as a compiler that sees into these functions takes malloc and free for a mismatch.
 #include "support/Allocations.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cstdlib>
 #include <new>
 
 namespace {
 
-std::atomic<long> count{0};
-thread_local long countOfThread = 0;
+std::atomic<std::size_t> total{0};
+thread_local std::size_t taken = 0;
+thread_local std::size_t most = 0;
+thread_local bool exhausted = false;
 
 }  // namespace
 
-long allocations() {
-    return count;
-}
-long allocationsOfThread() {
-    return countOfThread;
-}
-
 void* operator new(std::size_t size) {
-    ++count;
-    ++countOfThread;
-    if (void* const memory = std::malloc(size == 0 ? 1 : size)) {
+    ++total;
+    ++taken;
+    most = std::max(most, size);
+    if (void* const memory = exhausted ? nullptr : std::malloc(std::max<std::size_t>(size, 1))) {
         return memory;
     }
     throw std::bad_alloc();
@@ -30,6 +27,26 @@ void* operator new(std::size_t size) {
 void operator delete(void* memory) noexcept {
     std::free(memory);
 }
-void operator delete(void* memory, std::size_t /*size*/) noexcept {
+void operator delete(void* memory, std::size_t) noexcept {
     std::free(memory);
+}
+
+Allocations::Allocations() {
+    taken = most = 0;
+}
+std::size_t Allocations::count() const {
+    return taken;
+}
+std::size_t Allocations::largest() const {
+    return most;
+}
+std::size_t Allocations::ofTheProcess() {
+    return total;
+}
+
+NoMemory::NoMemory() {
+    exhausted = true;
+}
+NoMemory::~NoMemory() {
+    exhausted = false;
 }

@@ -1,9 +1,25 @@
-/** Counts uses of operator new: of the program that tests/support/Allocations.cpp is linked into,
- *  and of its shared libraries.
- */
+/** What is taken from the heap by way of the program's own operator new, which its shared libraries
+ *  use too. */
 #pragma once
 
-/** Of the whole program so far. */
-long allocations();
-/** Of the calling thread so far. */
-long allocationsOfThread();
+#include <cstddef>
+
+/** Counts what this thread takes, from its making on; one at a time. */
+class Allocations {
+public:
+    Allocations();
+    std::size_t count() const;
+    /** The largest single one [bytes]. */
+    std::size_t largest() const;
+    /** All that any thread ever took. */
+    static std::size_t ofTheProcess();
+};
+
+/** While one lives, this thread's operator new throws. */
+class NoMemory {
+public:
+    NoMemory();
+    ~NoMemory();
+    NoMemory(const NoMemory&) = delete;
+    NoMemory& operator=(const NoMemory&) = delete;
+};

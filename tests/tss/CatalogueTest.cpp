@@ -20,19 +20,14 @@ public:
     void add(const std::string& type, std::string payload) {
         const utilities::MutexLock lock(m_mutex);
         m_payloads[type] = std::move(payload);
-        m_changed.notify_all();
     }
-    std::map<std::string, std::string> wait(std::size_t count) {
-        const auto deadline = std::chrono::steady_clock::now() + Inbox::patience;
+    std::map<std::string, std::string> payloads() const {
         const utilities::MutexLock lock(m_mutex);
-        while (m_payloads.size() < count && m_changed.wait_until(m_mutex, deadline)) {
-        }
         return m_payloads;
     }
 
 private:
-    utilities::Mutex m_mutex;
-    utilities::Condition m_changed;
+    mutable utilities::Mutex m_mutex;
     std::map<std::string, std::string> m_payloads GUARDED_BY(m_mutex);
 };
 
@@ -61,7 +56,8 @@ TEST(Catalogue, EveryTypeGoesToThePeerAndBack) {
                   "mirror");
     }
     EXPECT_EQ(sent.size(), 32U);
-    EXPECT_EQ(returns.wait(sent.size()), sent);
+    eventually([&] { return returns.payloads().size() >= sent.size(); });
+    EXPECT_EQ(returns.payloads(), sent);
 }
 
 }  // namespace

@@ -22,6 +22,7 @@
 #include "aspn2_msgs/CommandResponsePubSubTypes.h"
 #include "bench/siblings/Catalogue.h"
 #include "face/HC_Config.h"
+#include "support/Eventually.h"
 #include "tss/HC_TypedTS.h"
 #include "utilities/Mutex.h"
 
@@ -245,16 +246,10 @@ public:
     /** Waits until the connection's writer has `readers` and its reader `writers`. */
     bool matched(long long connection, int readers, int writers) {
         const auto& found = tss->connectionMap_mutex_at(static_cast<std::uint32_t>(connection));
-        const auto deadline = std::chrono::steady_clock::now() + Inbox::patience;
-        while (std::chrono::steady_clock::now() < deadline) {
-            const int r = found.isPublisher() ? found.publisherListener->matched() : 0;
-            const int w = found.isSubscriber() ? found.subscriberListener->matched() : 0;
-            if (r == readers && w == writers) {
-                return true;
-            }
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        }
-        return false;
+        return eventually([&] {
+            return (found.isPublisher() ? found.publisherListener->matched() : 0) == readers &&
+                   (found.isSubscriber() ? found.subscriberListener->matched() : 0) == writers;
+        });
     }
 
 private:

@@ -269,43 +269,39 @@ TEST(Listeners, GuidToUid_ReadsTheEntityIdAlone) {
     EXPECT_EQ(TSS::Listeners::GuidToUid(guid), 0x81020384U);
 }
 
-template <typename Policy, typename Kind>
-std::vector<std::string> kindsOf(TSS::QoS_Element (*convert)(const Policy&), Kind /*kind*/) {
+/** Name and kinds of the elements that a policy of the kinds 0 to 4 and 255 becomes. */
+template <typename Policy>
+std::vector<std::string> kindsOf(TSS::QoS_Element (*convert)(const Policy&)) {
     std::vector<std::string> kinds;
     for (const int value : {0, 1, 2, 3, 4, 255}) {
         Policy policy;
         // A kind that has no name may stand there: it came over the wire.
-        policy.kind = static_cast<Kind>(value);
+        policy.kind = static_cast<decltype(policy.kind)>(value);
         const TSS::QoS_Element element = convert(policy);
-        kinds.push_back(std::string(element.name.view()) + " " + std::string(element.kind.view()));
+        kinds.emplace_back(element.kind.view());
+        EXPECT_EQ(element.name.view(), convert(Policy()).name.view());
     }
-    return kinds;
-}
-
-std::vector<std::string> expected(const std::string& policy, std::vector<std::string> kinds) {
-    for (std::string& kind : kinds) {
-        kind.insert(0, policy + " ");
-    }
+    kinds.insert(kinds.begin(), std::string(convert(Policy()).name.view()));
     return kinds;
 }
 
 TEST(Listeners, Policies_AreNamedByTheirKind) {
-    using namespace eprosima::fastdds::dds;
     using namespace TSS::Listeners;
+    using ::testing::ElementsAre;
     const std::string d = "UNKNOWN_DURABILITY_QOS";
     const std::string l = "UNKNOWN_LIVELINESS_QOS";
     const std::string r = "UNKNOWN_RELIABILITY_QOS";
-    EXPECT_EQ(kindsOf(DurabilityQosPolicyToElement, VOLATILE_DURABILITY_QOS),
-              expected("DurabilityQosPolicy",
-                       {"VOLATILE_DURABILITY_QOS", "TRANSIENT_LOCAL_DURABILITY_QOS",
-                        "TRANSIENT_DURABILITY_QOS", "PERSISTENT_DURABILITY_QOS", d, d}));
-    EXPECT_EQ(kindsOf(LivelinessQosPolicyToElement, AUTOMATIC_LIVELINESS_QOS),
-              expected("LivelinessQosPolicy",
-                       {"AUTOMATIC_LIVELINESS_QOS", "MANUAL_BY_PARTICIPANT_LIVELINESS_QOS",
-                        "MANUAL_BY_TOPIC_LIVELINESS_QOS", l, l, l}));
-    EXPECT_EQ(kindsOf(ReliabilityQosPolicyToElement, RELIABLE_RELIABILITY_QOS),
-              expected("ReliabilityQosPolicy",
-                       {r, "BEST_EFFORT_RELIABILITY_QOS", "RELIABLE_RELIABILITY_QOS", r, r, r}));
+    EXPECT_THAT(kindsOf(DurabilityQosPolicyToElement),
+                ElementsAre("DurabilityQosPolicy", "VOLATILE_DURABILITY_QOS",
+                            "TRANSIENT_LOCAL_DURABILITY_QOS", "TRANSIENT_DURABILITY_QOS",
+                            "PERSISTENT_DURABILITY_QOS", d, d));
+    EXPECT_THAT(kindsOf(LivelinessQosPolicyToElement),
+                ElementsAre("LivelinessQosPolicy", "AUTOMATIC_LIVELINESS_QOS",
+                            "MANUAL_BY_PARTICIPANT_LIVELINESS_QOS",
+                            "MANUAL_BY_TOPIC_LIVELINESS_QOS", l, l, l));
+    EXPECT_THAT(kindsOf(ReliabilityQosPolicyToElement),
+                ElementsAre("ReliabilityQosPolicy", r, "BEST_EFFORT_RELIABILITY_QOS",
+                            "RELIABLE_RELIABILITY_QOS", r, r, r));
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <ctime>
 #include <limits>
@@ -152,13 +153,11 @@ TEST(GpsDateTime, SumAndDifferenceCarryAndBorrow) {
         GpsDateTime a, b, sum, difference, back;
     };
     for (const Case& each : std::vector<Case>{
-             {at(1, 5, 10, 20), at(1, 2, 3, 4), at(1, 7, 13, 24), at(1, 3, 7, 16), at(1, 3, 7, 16)},
              {at(1, 5, 0, 0), at(1, 0, 0, 1), at(1, 5, 0, 1), at(1, 4, weekEnd, 999999999),
               at(1, 4, weekEnd, 999999999)},
              {at(1, 0, 0), at(1, 0, 1), at(1, 0, 1), at(1, 0, 1), at(0, 1023, weekEnd)},
              {at(2, 1023, weekEnd, 999999999), at(1, 0, 0, 1), at(3, 0, 0),
               at(2, 1023, weekEnd, 999999998), at(2, 1023, weekEnd, 999999998)},
-             {at(3, 1, 0), at(1, 1023, 0), at(4, 0, 0), at(2, 2, 0), at(2, 2, 0)},
              {at(0, 0, 5), at(9, 0, 6), at(9, 0, 11), at(10, 0, 1), at(0, 1023, weekEnd)},
              {at(5, 0, 0), at(1, 3000, 0), at(7, 952, 0), at(2, 72, 0), at(2, 72, 0)},
          }) {
@@ -177,42 +176,33 @@ TEST(GpsDateTime, SumAndDifferenceCarryAndBorrow) {
 TEST(GpsDateTime, RandomInstantsAgreeWithOneLongCount) {
     __extension__ using Count = __int128;
     std::mt19937 random(1);
+    // Often the ends of the range, so that neighbours and equals meet.
     const auto draw = [&random](std::uint32_t most) {
-        return std::uniform_int_distribution<std::uint32_t>(0, most)(random);
+        const std::uint32_t any[] = {0, 1, most, static_cast<std::uint32_t>(random() % most)};
+        return any[random() % 4];
     };
     const auto countOf = [](const GpsDateTime& t, std::uint32_t rollovers) {
         const Count weeks = Count{t.m_week} + Count{1024} * rollovers;
         return (weeks * 604800000 + t.m_milliseconds) * 1000000000 + t.m_picoseconds;
     };
-    for (int i = 0; i < 20000; ++i) {
+    for (int i = 0; i < 50000; ++i) {
         const GpsDateTime a = at(draw(3), draw(1023), draw(weekEnd), draw(999999999));
         const GpsDateTime b = at(draw(3), draw(1023), draw(weekEnd), draw(999999999));
         const Count first = countOf(a, a.m_rollovers);
         const Count second = countOf(b, b.m_rollovers);
+        const GpsDateTime sum = a + b;
         const GpsDateTime difference = GpsDateTime::TimeDifference(a, b);
+        ASSERT_TRUE(countOf(sum, sum.m_rollovers) ==
+                    countOf(a, std::max(a.m_rollovers, b.m_rollovers)) + countOf(b, 0));
         ASSERT_TRUE(countOf(difference, difference.m_rollovers - 1) ==
                     (first < second ? second - first : first - second));
-        ASSERT_EQ(a < b, first < second);
-        ASSERT_EQ(a >= b, first >= second);
+        ASSERT_TRUE((a < b) == (first < second) && (a <= b) == (first <= second));
+        ASSERT_TRUE((a > b) == (first > second) && (a >= b) == (first >= second));
+        ASSERT_TRUE((a == b) == (first == second) && (a != b) == (first != second));
         const GpsDateTime back = GpsDateTime::GoBackInTime(a, b);
         const Count expected = first - countOf(b, 0);
-        ASSERT_TRUE(expected < 0 || countOf(back, back.m_rollovers) == expected);
-        ASSERT_TRUE(expected >= 0 || back.m_rollovers == 0);
-    }
-}
-
-TEST(GpsDateTime, ComparesErasFirstAndPicosecondsLast) {
-    const GpsDateTime ascending[] = {at(0, 1023, weekEnd, 9), at(1, 0, 0, 0), at(1, 0, 0, 1),
-                                     at(1, 0, 1, 0),          at(1, 1, 0, 0), at(2, 0, 0, 0)};
-    for (std::size_t i = 0; i < std::size(ascending); ++i) {
-        for (std::size_t j = 0; j < std::size(ascending); ++j) {
-            EXPECT_EQ(ascending[i] < ascending[j], i < j);
-            EXPECT_EQ(ascending[i] <= ascending[j], i <= j);
-            EXPECT_EQ(ascending[i] > ascending[j], i > j);
-            EXPECT_EQ(ascending[i] >= ascending[j], i >= j);
-            EXPECT_EQ(ascending[i] == ascending[j], i == j);
-            EXPECT_EQ(ascending[i] != ascending[j], i != j);
-        }
+        ASSERT_TRUE(expected < 0 ? back.m_rollovers == 0
+                                 : countOf(back, back.m_rollovers) == expected);
     }
 }
 

@@ -4,6 +4,7 @@
 #include <limits>
 #include <random>
 #include <stdexcept>
+#include <utility>
 
 #include "utilities/AngleUtilities.h"
 #include "utilities/Deadline.h"
@@ -44,10 +45,10 @@ TEST(Round, HalvesGoAwayFromZero_AndTheRangeHolds) {
 }
 
 TEST(AngleUtility, AzimuthToAngle) {
-    EXPECT_EQ(AngleUtility::NorthAzToGDIAngle(0.0), 270.0);
-    EXPECT_EQ(AngleUtility::NorthAzToGDIAngle(89.5), 359.5);
-    EXPECT_EQ(AngleUtility::NorthAzToGDIAngle(90.0), 0.0);
-    EXPECT_EQ(AngleUtility::NorthAzToGDIAngle(360.0), 270.0);
+    for (const auto& [azimuth, angle] :
+         {std::pair{0.0, 270.0}, {89.5, 359.5}, {90.0, 0.0}, {360.0, 270.0}}) {
+        EXPECT_EQ(AngleUtility::NorthAzToGDIAngle(azimuth), angle);
+    }
 }
 
 double byRepeatedSteps(double value, double min, double max) {
@@ -66,9 +67,6 @@ TEST(AngleUtility, FoldingIsThatOfRepeatedSteps_ToTheLastBit) {
         EXPECT_EQ(AngleUtility::NormalizeValue(value, -180.0, 180.0),
                   byRepeatedSteps(value, -180.0, 180.0));
     }
-    EXPECT_EQ(AngleUtility::NormalizeValue(-10.0, 360.0), 350.0);
-    EXPECT_EQ(AngleUtility::NormalizeValue(540.0, -180.0, 180.0), 180.0);
-    EXPECT_EQ(AngleUtility::NormalizeValue(-540.0, -180.0, 180.0), -180.0);
     std::mt19937_64 random(1);
     std::uniform_real_distribution<double> turns(-2000.0, 2000.0);
     for (int i = 0; i < 2000; ++i) {
@@ -89,6 +87,9 @@ TEST(AngleUtility, FarValuesFoldInBoundedTime) {
                           {-360e6 - 0.5, 0.0, 360.0, 359.5},
                           {360e6 + 180.0, -180.0, 180.0, 180.0},
                           {-360e6 - 180.0, -180.0, 180.0, -180.0},
+                          {-10.0, 0.0, 360.0, 350.0},
+                          {540.0, -180.0, 180.0, 180.0},
+                          {-540.0, -180.0, 180.0, -180.0},
                           {6400.0 * 1e9 + 3150.0, -3200.0, 3200.0, 3150.0}}) {
         EXPECT_EQ(AngleUtility::NormalizeValue(c.value, c.min, c.max), c.folded) << c.value;
     }
@@ -216,12 +217,10 @@ TEST(TimeUtilities, LeapYearsAndDaysBeyondTheYear) {
 }
 
 TEST(TimeUtilities, TfomBoundsBelongToTheBetterFigure) {
-    const double bounds[] = {1e-18, 1e-16, 1e-14, 1e-12, 1e-10, 1e-8, 1e-6, 1e-4};
     int figure = 1;
-    for (const double bound : bounds) {
+    for (const double bound : {1e-18, 1e-16, 1e-14, 1e-12, 1e-10, 1e-8, 1e-6, 1e-4}) {
         EXPECT_EQ(TimeUtilities::TimeVar2Tfom(bound), figure) << bound;
-        EXPECT_EQ(TimeUtilities::TimeVar2Tfom(bound * 1.0001), figure + 1) << bound;
-        ++figure;
+        EXPECT_EQ(TimeUtilities::TimeVar2Tfom(bound * 1.0001), ++figure) << bound;
     }
     EXPECT_EQ(TimeUtilities::TimeVar2Tfom(-1.0), 1);
     for (const double variance : {1e300, inf, -inf, nan}) {

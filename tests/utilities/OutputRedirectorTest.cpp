@@ -3,12 +3,13 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <climits>
 #include <cstdio>
 #include <cstdlib>
-#include <map>
 #include <memory>
+#include <numeric>
 #include <sstream>
 #include <stdexcept>
 #include <string>
@@ -111,7 +112,7 @@ TEST(OutputRedirector, WriterDecidesWhatIsSwallowed) {
 }
 
 TEST(OutputRedirector, OneRedirectionAtATime) {
-    bool results[5];
+    std::array<bool, 5> results{};
     Pieces pieces;
     Pieces later;
     {
@@ -134,11 +135,7 @@ TEST(OutputRedirector, OneRedirectionAtATime) {
         results[4] = results[4] && world.out.inPlace() && world.err.inPlace();
         later = world.pieces;
     }
-    EXPECT_FALSE(results[0]);
-    EXPECT_TRUE(results[1]);
-    EXPECT_FALSE(results[2]);
-    EXPECT_FALSE(results[3]);
-    EXPECT_TRUE(results[4]);
+    EXPECT_EQ(results, (std::array{false, true, false, false, true}));
     EXPECT_EQ(pieces, Pieces{"first\n"});
     EXPECT_EQ(later, Pieces{"again\n"});
 }
@@ -196,9 +193,9 @@ TEST(OutputRedirector, PrintsOfTheWriterStayTogetherAmongThreads) {
 }
 
 TEST(OutputRedirector, MegabyteWithoutALineEndArrivesWhole) {
-    std::string text(1U << 20U, '.');
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        text[i] = static_cast<char>('a' + i * i % 23);
+    std::string text;
+    for (unsigned i = 0; i < 1U << 20U; ++i) {
+        text += static_cast<char>('a' + std::size_t{i} * i % 23);
     }
     Pieces pieces;
     {
@@ -211,27 +208,7 @@ TEST(OutputRedirector, MegabyteWithoutALineEndArrivesWhole) {
         world.redirector.reset();
         pieces = world.pieces;
     }
-    std::string sum;
-    for (const std::string& piece : pieces) {
-        sum += piece;
-    }
-    EXPECT_TRUE(sum == text + text);
-}
-
-/** Adds the lines "thread number" of `text` to what is known of each thread's numbers. */
-void collect(const std::string& text, std::map<int, std::vector<int>>& numbers, int& strange) {
-    std::istringstream lines(text);
-    for (std::string line; std::getline(lines, line);) {
-        int thread = -1;
-        int number = -1;
-        char end = 0;
-        const bool whole =
-            std::sscanf(line.c_str(), "thread %d line %d%c", &thread, &number, &end) == 3;
-        if (!whole || end != '.') {
-            ++strange;
-        }
-        numbers[thread].push_back(number);
-    }
+    EXPECT_TRUE(std::accumulate(pieces.begin(), pieces.end(), std::string()) == text + text);
 }
 
 TEST(OutputRedirector, LinesOfManyThreadsNeitherMixNorGetLost_NotEvenDuringReset) {
@@ -262,20 +239,18 @@ TEST(OutputRedirector, LinesOfManyThreadsNeitherMixNorGetLost_NotEvenDuringReset
         pieces = world.pieces;
         passed = world.out.text();
     }
-    int strange = 0;
-    std::map<int, std::vector<int>> numbers;
-    for (const std::string& piece : pieces) {
-        collect(piece, numbers, strange);
-    }
     EXPECT_GE(pieces.size(), threadCount * lineCount / 3U);
-    collect(passed, numbers, strange);
-    EXPECT_EQ(strange, 0);
-    for (int t = 0; t < threadCount; ++t) {
-        ASSERT_EQ(numbers[t].size(), std::size_t{lineCount}) << "thread " << t;
-        for (int i = 0; i < lineCount; ++i) {
-            ASSERT_EQ(numbers[t][static_cast<std::size_t>(i)], i) << "thread " << t;
-        }
+    std::istringstream lines(std::accumulate(pieces.begin(), pieces.end(), std::string()) + passed);
+    std::vector<int> next(threadCount);
+    for (std::string line; std::getline(lines, line);) {
+        int thread = -1;
+        std::sscanf(line.c_str(), "thread %d", &thread);
+        ASSERT_TRUE(thread >= 0 && thread < threadCount) << line;
+        int& number = next[static_cast<std::size_t>(thread)];
+        ASSERT_EQ(line,
+                  "thread " + std::to_string(thread) + " line " + std::to_string(number++) + ".");
     }
+    EXPECT_EQ(next, std::vector<int>(threadCount, lineCount));
 }
 
 }  // namespace

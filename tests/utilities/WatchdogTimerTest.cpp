@@ -1,12 +1,13 @@
 #include "support/Captured.h"
+#include "support/Eventually.h"
 #include "utilities/WatchdogTimer.h"
 
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <functional>
 #include <future>
-#include <iostream>
 #include <random>
-#include <sstream>
 #include <stdexcept>
 #include <vector>
 
@@ -15,8 +16,6 @@ namespace {
 using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
 
-constexpr auto patience = 20s;
-
 /** Counts expiries, and waits for one. */
 class Expiry {
 public:
@@ -24,35 +23,18 @@ public:
         return [this] { signal(); };
     }
     void signal() {
-        const utilities::MutexLock lock(m_mutex);
-        ++m_count;
         m_last = Clock::now();
-        m_changed.notify_all();
+        ++m_count;
     }
-    int count() {
-        const utilities::MutexLock lock(m_mutex);
-        return m_count;
-    }
-    Clock::time_point last() {
-        const utilities::MutexLock lock(m_mutex);
-        return m_last;
-    }
-    bool waitFor(int wanted, Clock::duration timeout = patience) {
-        const utilities::MutexLock lock(m_mutex);
-        const auto deadline = Clock::now() + timeout;
-        while (m_count < wanted) {
-            if (!m_changed.wait_until(m_mutex, deadline)) {
-                break;
-            }
-        }
-        return m_count >= wanted;
+    int count() const { return m_count; }
+    Clock::time_point last() const { return m_last; }
+    bool waitFor(int wanted, std::chrono::milliseconds within = 20s) const {
+        return eventually([&] { return m_count >= wanted; }, within);
     }
 
 private:
-    utilities::Mutex m_mutex;
-    utilities::Condition m_changed;
-    int m_count GUARDED_BY(m_mutex) = 0;
-    Clock::time_point m_last GUARDED_BY(m_mutex);
+    std::atomic<int> m_count = 0;
+    std::atomic<Clock::time_point> m_last{};
 };
 
 TEST(WatchdogTimer, ExpiresOncePerStart_NotBeforeItsPeriod) {
@@ -164,21 +146,17 @@ TEST(WatchdogTimer, CallbackThatThrowsOrStartsItsTimerEndsInALine) {
     const Captured out;
     Expiry expiry;
     WatchdogTimer timer;
-    timer.startWatchdog(0ms, [&] {
-        expiry.signal();
-        throw std::runtime_error("out of order");
-    });
-    ASSERT_TRUE(expiry.waitFor(1));
-    timer.startWatchdog(0ms, [&] {
-        expiry.signal();
-        throw 5;
-    });
-    ASSERT_TRUE(expiry.waitFor(2));
-    timer.startWatchdog(0ms, [&] {
-        expiry.signal();
-        timer.startWatchdog(0ms, expiry.callback());
-    });
-    ASSERT_TRUE(expiry.waitFor(3));
+    const std::function<void()> faults[] = {[] { throw std::runtime_error("out of order"); },
+                                            [] { throw 5; },
+                                            [&] { timer.startWatchdog(0ms, expiry.callback()); }};
+    int count = 0;
+    for (const auto& fault : faults) {
+        timer.startWatchdog(0ms, [&] {
+            expiry.signal();
+            fault();
+        });
+        ASSERT_TRUE(expiry.waitFor(++count));
+    }
     timer.cancelWatchdog();
     EXPECT_EQ(expiry.count(), 3);
     EXPECT_EQ(out.text(),

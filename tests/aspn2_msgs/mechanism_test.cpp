@@ -1,0 +1,297 @@
+/** What a message's class and its type support owe to the list of fields. */
+#include <cstring>
+#include <tuple>
+#include <utility>
+
+#include "aspn2_msgs/EventLogPubSubTypes.h"
+#include "aspn2_msgs/Everything.h"
+#include "aspn2_msgs/GSSIPPubSubTypes.h"
+#include "support/Allocations.h"
+
+namespace test_idl {
+
+ASPN2_DEFINE_STRUCTURE(flags)
+ASPN2_DEFINE_STRUCTURE(reading)
+ASPN2_DEFINE_STRUCTURE(remark)
+ASPN2_DEFINE_STRUCTURE(choice)
+ASPN2_DEFINE_STRUCTURE(Everything)
+
+}  // namespace test_idl
+
+namespace {
+
+using aspn2_msgs::idl::EventLog;
+using aspn2_msgs::idl::EventLogPubSubType;
+using aspn2_msgs::idl::GSSIP;
+using aspn2_msgs::idl::GSSIPPubSubType;
+using eprosima::fastcdr::Cdr;
+using eprosima::fastcdr::exception::BadParamException;
+using eprosima::fastcdr::exception::NotEnoughMemoryException;
+using test_idl::Everything;
+
+/** A Cdr on memory of fixed size, which reads and writes from its begin. */
+class Stream {
+public:
+    explicit Stream(Bytes& memory, Cdr::Endianness order = Cdr::LITTLE_ENDIANNESS)
+        : m_buffer(reinterpret_cast<char*>(memory.data()), memory.size()),
+          cdr(m_buffer, order, Cdr::DDS_CDR) {}
+
+private:
+    eprosima::fastcdr::FastBuffer m_buffer;
+
+public:
+    Cdr cdr;
+};
+
+template <class T>
+T filled(std::size_t elements) {
+    T value;
+    bench::Filler filler(elements);
+    bench::visitFields(value, filler);
+    return value;
+}
+template <>
+test_idl::choice filled(std::size_t elements) {
+    test_idl::choice value;
+    value.level(static_cast<std::int16_t>(elements - 0x100));
+    value.kind(test_idl::kind_all);
+    return value;
+}
+
+template <class T>
+Bytes payloadOf(T value) {
+    aspn2_msgs::PubSubType<T> support;
+    return write(support, &value, support.getSerializedSizeProvider(&value)());
+}
+
+/** The payload of a filled `T` with the bytes from `at` on, behind the encapsulation, replaced. */
+template <class T, class Value>
+Bytes spoiled(std::size_t at, Value value) {
+    Bytes bytes = payloadOf(filled<T>(2));
+    std::memcpy(bytes.data() + encapsulation + at, &value, sizeof value);
+    return bytes;
+}
+
+template <class T>
+bool taken(const Bytes& bytes) {
+    aspn2_msgs::PubSubType<T> support;
+    T value;
+    return read(support, &value, bytes);
+}
+
+template <class T>
+void writeByField(Cdr& cdr, const T& value) {
+    if constexpr (std::is_enum_v<T>) {
+        cdr << static_cast<std::uint32_t>(value);
+    } else if constexpr (std::is_arithmetic_v<T> || std::is_same_v<T, std::string>) {
+        cdr << value;
+    } else if constexpr (aspn2_msgs::cdr::Structure<T>) {
+        std::apply([&](const auto&... field) { (writeByField(cdr, field), ...); },
+                   value.cdrFields());
+    } else {
+        if constexpr (!aspn2_msgs::cdr::Rule<T>::isFixed) {
+            cdr << static_cast<std::uint32_t>(value.size());
+        }
+        for (const auto& element : value) {
+            writeByField(cdr, element);
+        }
+    }
+}
+
+/** `value` behind `ahead` bytes and ahead of a marker, against the Cdr's own operators. */
+template <class T>
+void expectFieldByField(const T& value, std::size_t ahead, Cdr::Endianness order) {
+    const std::int64_t marker = 0x7172737475767778;
+    Bytes expected(512);
+    Bytes bytes(512, 0xAA);
+    Stream reference(expected, order);
+    Stream stream(bytes, order);
+    for (std::size_t i = 0; i < ahead; ++i) {
+        reference.cdr << std::uint8_t{0xEE};
+        stream.cdr << std::uint8_t{0xEE};
+    }
+    writeByField(reference.cdr, value);
+    value.serialize(stream.cdr);
+    const std::size_t end = stream.cdr.getSerializedDataLength();
+    EXPECT_EQ(end, reference.cdr.getSerializedDataLength());
+    EXPECT_EQ(end, ahead + T::getCdrSerializedSize(value, ahead));
+    EXPECT_TRUE(std::equal(bytes.data(), bytes.data() + end, expected.data()));
+
+    // What comes behind is aligned as well, for writer and reader.
+    reference.cdr << marker;
+    stream.cdr << marker;
+    EXPECT_EQ(stream.cdr.getSerializedDataLength(), reference.cdr.getSerializedDataLength());
+    stream.cdr.reset();
+    stream.cdr.jump(ahead);
+    T again;
+    std::int64_t readMarker = 0;
+    again.deserialize(stream.cdr);
+    stream.cdr >> readMarker;
+    EXPECT_EQ(again, value);
+    EXPECT_EQ(readMarker, marker);
+}
+
+template <class T>
+class AnyPosition : public testing::Test {};
+using Structures = testing::Types<test_idl::choice, test_idl::reading, EventLog, Everything>;
+TYPED_TEST_SUITE(AnyPosition, Structures);
+
+// With empty texts, and with empty sequences, behind which no padding for elements may lie.
+TYPED_TEST(AnyPosition, EqualsFieldByField) {
+    for (std::size_t ahead = 0; ahead < 17; ++ahead) {
+        SCOPED_TRACE(ahead);
+        for (const TypeParam& value : {TypeParam(), filled<TypeParam>(0), filled<TypeParam>(2)}) {
+            expectFieldByField(value, ahead, Cdr::LITTLE_ENDIANNESS);
+            expectFieldByField(value, ahead, Cdr::BIG_ENDIANNESS);
+        }
+    }
+    using aspn2_msgs::idl::header;
+    EXPECT_EQ(header::getMaxCdrSerializedSize(0), 44U);
+    EXPECT_EQ(header::getMaxCdrSerializedSize(4), 48U);
+    EXPECT_EQ(header::getKeyMaxCdrSerializedSize(12), 12U);
+    EXPECT_FALSE(aspn2_msgs::PubSubType<test_idl::choice>().is_plain());
+}
+
+// The queue's reader steps from record to record by `num_bytes`.
+TEST(TypeSupport, GssipRecordsLieBackToBack) {
+    Bytes block;
+    GSSIP record;
+    for (const std::size_t size : {10U, 0U, 30U}) {
+        record.num_bytes(static_cast<std::int32_t>(size));
+        record.data().assign(size, static_cast<std::uint8_t>(size));
+        EXPECT_EQ(GSSIP::getCdrSerializedSize(record, 4), 56 + size);
+        const Bytes bytes = payloadOf(record);
+        block.insert(block.end(), bytes.begin(), bytes.end());
+    }
+    ASSERT_EQ(block.size(), 66U + 56U + 86U);
+    GSSIPPubSubType support;
+    for (const std::size_t size : {10U, 0U, 30U}) {
+        ASSERT_TRUE(read(support, &record, block));
+        EXPECT_EQ(record.data(), Bytes(size, static_cast<std::uint8_t>(size)));
+        block.erase(block.begin(), block.begin() + record.num_bytes() + 56);
+    }
+}
+
+TEST(TypeSupport, KeptMessageIsReadWithoutAllocation) {
+    GSSIP value;
+    value.data().assign(356, 0x5A);
+    EventLog event;
+    event.eventlog(std::string(200, 'x'));
+    GSSIPPubSubType gssips;
+    EventLogPubSubType events;
+    Payload gssipPayload(1000);
+    Payload eventPayload(1000);
+    const Allocations allocations;
+    for (int i = 0; i < 3; ++i) {
+        ASSERT_TRUE(gssips.serialize(&value, &gssipPayload));
+        ASSERT_TRUE(gssips.deserialize(&gssipPayload, &value));
+        ASSERT_TRUE(events.serialize(&event, &eventPayload));
+        ASSERT_TRUE(events.deserialize(&eventPayload, &event));
+    }
+    EXPECT_EQ(allocations.count(), 0U);
+}
+
+TEST(Message, MovesItsTextsAndComparesAllFields) {
+    EventLog event = filled<EventLog>(2);
+    std::string text(100, 'x');
+    const char* const characters = text.data();
+    event.eventlog(std::move(text));
+    EventLog copy = event;
+    const EventLog moved = std::move(event);
+    EXPECT_EQ(moved.eventlog().data(), characters);
+    EXPECT_EQ(copy, moved);
+    copy.header().timestamp_valid().nsec() += 1;
+    EXPECT_NE(copy, moved);
+}
+
+// --- Bytes that no honest writer sends ---
+
+TEST(Refusal, LengthBeyondTheEndAndUnknownEncapsulation) {
+    for (const std::uint32_t more : {1U, 1000U, 0xFFFFFFF0U}) {
+        EXPECT_FALSE(taken<EventLog>(spoiled<EventLog>(48, 8 + more)));
+    }
+    Bytes bytes = payloadOf(filled<EventLog>(2));
+    EXPECT_TRUE(taken<EventLog>(bytes));
+    bytes[1] = 0x09;
+    EXPECT_FALSE(taken<EventLog>(bytes));
+    bytes[0] = 0xFF;
+    EXPECT_FALSE(taken<EventLog>(bytes));
+    EXPECT_FALSE(taken<EventLog>({}));
+}
+
+TEST(Refusal, BoolOtherThanZeroAndOne_ButAnEnumerationIsKept) {
+    EXPECT_TRUE(taken<Everything>(spoiled<Everything>(44, std::uint8_t{0})));
+    for (const std::size_t at : {44U, 68U, 137U, 148U}) {  // a field, nested, in array and sequence
+        const Bytes bytes = spoiled<Everything>(at, std::uint8_t{2});
+        EXPECT_FALSE(taken<Everything>(bytes)) << at;
+        Bytes body(bytes.begin() + encapsulation, bytes.end());
+        Stream stream(body);
+        EXPECT_THROW(Everything().deserialize(stream.cdr), BadParamException);
+    }
+    Everything value;
+    test_idl::EverythingPubSubType support;
+    EXPECT_TRUE(read(support, &value, spoiled<Everything>(56, 0xFFFFFFFEU)));
+    EXPECT_EQ(static_cast<std::uint32_t>(value.kind()), 0xFFFFFFFEU);
+}
+
+// A sequence that runs past the end leaves the stream where it began, padding and count included;
+// so does the outer one when an inner one does.
+TEST(Refusal, SequencePastTheEndLeavesTheStreamAtItsBegin) {
+    struct Case {
+        const char* what;
+        Bytes payload;
+        std::size_t size;  // of the body that is left
+        std::size_t begin;
+    };
+    const Bytes gssip = payloadOf(filled<GSSIP>(3));
+    const Bytes everything = payloadOf(filled<Everything>(2));
+    for (const Case& each : std::vector<Case>{
+             {"no count", gssip, 48, 48},
+             {"half a count", gssip, 50, 48},
+             {"no data", gssip, 52, 48},
+             {"data short by one", gssip, 54, 48},
+             {"count too large", spoiled<GSSIP>(48, 3), 54, 48},
+             {"structures cut", everything, 157, 139},
+             {"structures, count too large", spoiled<Everything>(140, 0x10000), 304, 139},
+             {"large elements cut", everything, 210, 192},
+             {"large elements, no room for padding", everything, 197, 192},
+             {"inner string cut", everything, 250, 228},
+         }) {
+        SCOPED_TRACE(each.what);
+        const std::uint8_t* const body = each.payload.data() + encapsulation;
+        Bytes left(body, body + each.size);
+        Stream stream(left);
+        if (each.begin == 48) {
+            EXPECT_THROW(GSSIP().deserialize(stream.cdr), NotEnoughMemoryException);
+        } else {
+            EXPECT_THROW(Everything().deserialize(stream.cdr), NotEnoughMemoryException);
+        }
+        EXPECT_EQ(stream.cdr.getSerializedDataLength(), each.begin);
+    }
+}
+
+TEST(Tolerance, StringsOfOtherWriters) {
+    struct Case {
+        const char* what;
+        Bytes tail;  // length and characters, little-endian
+        std::string expected;
+    };
+    EventLogPubSubType support;
+    for (const Case& each : std::vector<Case>{
+             {"length 0", {0, 0, 0, 0}, ""},
+             {"only a NUL", {1, 0, 0, 0, 0}, ""},
+             {"no NUL", {2, 0, 0, 0, 'a', 'b'}, "ab"},
+             {"NUL inside", {4, 0, 0, 0, 'a', 0, 'b', 0}, std::string("a\0b", 3)},
+             {"two NULs", {3, 0, 0, 0, 'a', 0, 0}, std::string("a\0", 2)},
+         }) {
+        Bytes bytes = payloadOf(EventLog());
+        bytes.resize(encapsulation + 48);
+        bytes.insert(bytes.end(), each.tail.begin(), each.tail.end());
+        EventLog event = filled<EventLog>(2);
+        EXPECT_TRUE(read(support, &event, bytes)) << each.what;
+        EXPECT_EQ(event.eventlog(), each.expected) << each.what;
+        EXPECT_TRUE(taken<EventLog>(payloadOf(event))) << each.what;
+    }
+}
+
+}  // namespace
