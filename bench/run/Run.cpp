@@ -4,6 +4,7 @@
 #include <fstream>
 #include <stdexcept>
 
+#include "bench/FreshDomain.h"
 #include "bench/Nmea.h"
 #include "bench/Scenario.h"
 #include "utilities/Console.h"
