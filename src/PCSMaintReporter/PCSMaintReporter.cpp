@@ -73,7 +73,14 @@ void PCSMaintReporter::SetTimeOffset(const std::chrono::nanoseconds& now) {
 
 void PCSMaintReporter::SetAspnTimeOffset(const std::int64_t& seconds,
                                          const std::int64_t& nanoseconds) {
-    SetTimeOffset(std::chrono::seconds(seconds) + std::chrono::nanoseconds(nanoseconds));
+    // Held to some 146 years, within which nothing here overflows.
+    constexpr std::int64_t most = std::int64_t{1} << 62;
+    std::int64_t sum = 0;
+    if (__builtin_mul_overflow(seconds, 1000000000, &sum) ||
+        __builtin_add_overflow(sum, nanoseconds, &sum)) {
+        sum = seconds < 0 ? -most : most;
+    }
+    SetTimeOffset(std::chrono::nanoseconds(std::clamp(sum, -most, most)));
 }
 
 std::chrono::nanoseconds PCSMaintReporter::GetTime() const {

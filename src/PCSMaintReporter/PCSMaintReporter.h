@@ -85,7 +85,7 @@ public:
                                                   const char* tag);
 
     /** The default fault sources of a server, all 0 for one that has none.
-     *  @return the server's own code, 0 for an unknown one
+     *  @return a code of its own for some servers, else 0
      */
     static int getDefaultLruSubForServerID(const unsigned char& serverId, eLru& lru1, eCmpo& cmpo1,
                                            eLru& lru2, eCmpo& cmpo2, eLru& lru3, eCmpo& cmpo3,

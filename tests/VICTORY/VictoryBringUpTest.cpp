@@ -35,14 +35,14 @@ TEST_F(VictoryBringUp, RegistersThenStartsThenTellsManagementData) {
 }
 
 TEST_F(VictoryBringUp, OnlyAnUnreadableFileIsReported) {
-    for (const auto& [fails, printed] :
+    for (const auto& row :
          {std::pair{&fake::Victory::newServiceFails, ""},
           {&fake::Victory::readFails,
            "VGpsReceiverServer Error reading VICTORY GPS Receiver configuration file.\n"}}) {
-        fake::with([&](fake::Victory& victory) { victory.*fails = true; });
+        fake::with([&](fake::Victory& victory) { victory.*row.first = true; });
         const Captured output;
         EXPECT_FALSE(server.InitializeVictory(nullptr));
-        EXPECT_EQ(output.text(), printed);
+        EXPECT_EQ(output.text(), row.second);
         EXPECT_EQ(fake::service(), nullptr);
         EXPECT_FALSE(server.ShutdownVictory());
     }

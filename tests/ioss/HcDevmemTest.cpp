@@ -98,8 +98,9 @@ TEST_F(HcDevmem, AccessesStayWithinTheBlock) {
           {0, 128}}},
         {"3", {{2, 8}, {0, 16}}, {{0, 32}, {wraps, 32}, {wraps + 7, 32}}},
         {"0", {}, {{0, 8}, {wraps + 7, 8}, {wraps, 64}}}};
-    for (const auto& [size, taken, refused] : rows) {
-        makeOpen("0x2000", size);
+    for (const auto& [blockSize, taken, refused] : rows) {
+        makeOpen("0x2000", blockSize);
+        const std::string& size = blockSize;  // a lambda can't take the binding itself
         const auto expect = [&](const Accesses& accesses, Code code, const Register_Read& got) {
             for (const auto& [offset, width] : accesses) {
                 EXPECT_EQ(write(offset, width, code == R::NO_ERROR ? 0 : 1), code) << offset;

@@ -222,6 +222,10 @@ TEST(TimeUtilities, TfomBoundsBelongToTheBetterFigure) {
         EXPECT_EQ(TimeUtilities::TimeVar2Tfom(bound), figure) << bound;
         EXPECT_EQ(TimeUtilities::TimeVar2Tfom(bound * 1.0001), ++figure) << bound;
     }
+    figure = 1;
+    for (const double error : {1e-9, 1e-8, 1e-7, 1e-6, 1e-5, 1e-4, 1e-3, 1e-2}) {
+        EXPECT_EQ(TimeUtilities::TimeVar2Tfom(error * error), figure++) << error;
+    }
     EXPECT_EQ(TimeUtilities::TimeVar2Tfom(-1.0), 1);
     for (const double variance : {1e300, inf, -inf, nan}) {
         EXPECT_EQ(TimeUtilities::TimeVar2Tfom(variance), 9) << variance;

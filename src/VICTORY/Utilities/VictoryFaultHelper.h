@@ -9,9 +9,9 @@
 
 #include "victory/victory.h"
 
-/** The mode of each kind of service; mode 0 is none. */
+/** The mode of each kind of service, for no other type; mode 0 is none. */
 template <typename T>
-inline constexpr int faultModeOf = 0;
+extern const int faultModeOf;
 template <>
 inline constexpr int faultModeOf<VpossService> = 1;
 template <>
