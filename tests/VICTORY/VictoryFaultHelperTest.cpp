@@ -248,16 +248,17 @@ TEST_F(FaultTestMode, KeysAreTakenAgainAfterARestart) {
 }
 
 TEST_F(FaultTestMode, NoKeyReachesAServiceThatIsGone) {
+    const Captured quiet;  // from before the thread that prints until it has ended
     bringUpWith("true");
-    const Captured quiet;
     type(std::string(20000, '1'));
     for (int i = 0; i < 500; ++i) {
         server.ShutdownVictory();
         server.InitializeVictory("<again/>");
         std::this_thread::yield();
     }
-    ASSERT_TRUE(sees("RemoveFault", 1));
+    EXPECT_TRUE(sees("RemoveFault", 1));
     EXPECT_EQ(fake::snapshot().callsOnDeleted, 0);
+    server.Stop();
 }
 
 TEST_F(FaultTestMode, OutsideItKeysAreLeftAlone) {
