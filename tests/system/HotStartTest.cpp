@@ -40,15 +40,6 @@ protected:
         return frames;
     }
     bool nothingPlayed() { return !receiver.receive(Channel::DtIn, bench::within(200ms)); }
-    nlohmann::json told(const std::string& key) {
-        const auto report = bus().next(
-            [&](const nlohmann::json& line) {
-                return line.value("report", "") == "GPS_RECEIVER_DEVICE" &&
-                       line["data"].contains(key);
-            },
-            bench::within(patience));
-        return report ? (*report)["data"][key] : nlohmann::json();
-    }
 
     const Bytes start{bench::startOfTransfer.begin(), bench::startOfTransfer.end()};
     const Bytes end{bench::endOfTransfer.begin(), bench::endOfTransfer.end()};
@@ -143,6 +134,17 @@ TEST_F(HotStart, TransferThatNobodyAskedForIsPassedOver) {
     sendPair(1);
     EXPECT_TRUE(statusAt(1)) << output();
     EXPECT_EQ(siblings->count(sent, ": INIT_DATA_TRANSFER_OUT_LNAV"), 0U);
+}
+
+TEST_F(HotStart, ASignalDuringTheWaitEndsTheServerWhenThatEnds) {
+    startAndJoin();
+    siblings->answer("silence 0 0 INIT_HOTSTART");
+    auto reply = std::async(std::launch::async, [this] { return fromPort("J1COM1"); });
+    ASSERT_TRUE(heard(sent, ": INIT_HOTSTART,1,COM1,LNAV"));
+    server->signal(SIGTERM);
+    EXPECT_EQ(waitForEnd(), (Ending{.status = 0, .signal = {}})) << output();
+    EXPECT_THAT(server->lines().back().text, testing::HasSubstr(" has exited. Signal: 15"));
+    reply.wait();
 }
 
 TEST_F(HotStart, TheClientToolHasEveryRequest) {

@@ -25,16 +25,6 @@ protected:
         const auto message = receiver.receive(Channel::HcTyr, bench::within(limit));
         return message ? bench::FrameReader::read(message->data()) : std::nullopt;
     }
-    /** The next value that is told of the device under the key. */
-    nlohmann::json told(const std::string& key) {
-        const auto report = bus().next(
-            [&](const nlohmann::json& line) {
-                return line.value("report", "") == "GPS_RECEIVER_DEVICE" &&
-                       line["data"].contains(key);
-            },
-            bench::within(patience));
-        return report ? (*report)["data"][key] : nlohmann::json();
-    }
     /** The receiver reports that variation [deg] at `time`, calculated. */
     void report(double time, double degrees) {
         send(message5040(time));

@@ -107,6 +107,16 @@ protected:
             },
             bench::within(patience));
     }
+    /** The next value that is told of the device under the key. */
+    nlohmann::json told(const std::string& key) {
+        const auto report = bus().next(
+            [&](const nlohmann::json& line) {
+                return line.value("report", "") == "GPS_RECEIVER_DEVICE" &&
+                       line["data"].contains(key);
+            },
+            bench::within(patience));
+        return report ? (*report)["data"][key] : nlohmann::json();
+    }
 
     bench::DeviceRoot root;
     bench::FpgaFile fpga;
