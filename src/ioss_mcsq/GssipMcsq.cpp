@@ -101,7 +101,8 @@ void GssipMcsq::Connect_IOWrite(const FACE::String& file, const FACE::String& na
     Connect_WriteOnly(file, name, connection, rc);
     if (rc == RETURN_CODE_TYPE::NO_ERROR) {
         const MutexLock lock(m_callbacksMutex);
-        m_callbacks[connection] = std::make_shared<const Callback>(std::move(callback));
+        m_callbacks[connection] =
+            callback ? std::make_shared<const Callback>(std::move(callback)) : nullptr;
     }
 }
 
@@ -117,7 +118,9 @@ void GssipMcsq::Write(long long& connection, const GSSIP& message, Return_Code& 
         return;
     }
     writeToQueue(connection, message, rc);
-    callCallback(connection, message);
+    if (const SharedCallback callback = callbackOf(connection)) {
+        (*callback)(message);
+    }
 }
 
 void GssipMcsq::writeToQueue(long long connection, const GSSIP& message, Return_Code& rc) {
@@ -133,19 +136,10 @@ void GssipMcsq::writeToQueue(long long connection, const GSSIP& message, Return_
     }
 }
 
-void GssipMcsq::callCallback(long long connection, const GSSIP& message) {
-    SharedCallback callback;
-    {
-        const MutexLock lock(m_callbacksMutex);
-        const auto found = m_callbacks.find(connection);
-        if (found == m_callbacks.end()) {
-            return;
-        }
-        callback = found->second;
-    }
-    if (*callback) {
-        (*callback)(message);
-    }
+GssipMcsq::SharedCallback GssipMcsq::callbackOf(long long connection) {
+    const MutexLock lock(m_callbacksMutex);
+    const auto found = m_callbacks.find(connection);
+    return found == m_callbacks.end() ? nullptr : found->second;
 }
 
 void GssipMcsq::Process_Notification_Event(long long connection,
@@ -166,6 +160,7 @@ void GssipMcsq::Process_Notification_Event(long long connection,
 void GssipMcsq::processMessage(long long connection) {
     unsigned char* next = m_payload.data.buffer();
     std::size_t remainder = m_payload.data.length();
+    const SharedCallback callback = callbackOf(connection);
     while (remainder != 0) {
         const std::size_t size = takeRecord(next, remainder);
         if (size == 0) {
@@ -173,7 +168,9 @@ void GssipMcsq::processMessage(long long connection) {
         }
         next += size;
         remainder -= size;
-        handOut(connection);
+        if (callback) {
+            handOut(*callback);
+        }
     }
 }
 
@@ -196,12 +193,12 @@ std::size_t GssipMcsq::takeRecord(unsigned char* bytes, std::size_t remainder) {
     return 0;
 }
 
-void GssipMcsq::handOut(long long connection) {
+void GssipMcsq::handOut(const Callback& callback) {
     if (!hasMessageId(m_message)) {
         return;
     }
     try {
-        callCallback(connection, m_message);
+        callback(m_message);
     } catch (...) {
         report(__LINE__, "");
     }

@@ -91,13 +91,13 @@ private:
     using SharedCallback = std::shared_ptr<const Callback>;
 
     void writeToQueue(long long connection, const aspn2_msgs::idl::GSSIP& message, Return_Code& rc);
-    void callCallback(long long connection, const aspn2_msgs::idl::GSSIP& message)
-        EXCLUDES(m_callbacksMutex);
+    /** Null when the connection has none. */
+    SharedCallback callbackOf(long long connection) EXCLUDES(m_callbacksMutex);
 
     void processMessage(long long connection) REQUIRES(m_mutex) EXCLUDES(m_callbacksMutex);
     /** Decodes one record into m_message: its size, or 0 when it failed, which is then reported. */
     std::size_t takeRecord(unsigned char* bytes, std::size_t remainder) REQUIRES(m_mutex);
-    void handOut(long long connection) REQUIRES(m_mutex) EXCLUDES(m_callbacksMutex);
+    void handOut(const Callback& callback) REQUIRES(m_mutex) EXCLUDES(m_callbacksMutex);
     void report(int line, std::string_view what) const;
 
     const std::string m_name;

@@ -47,6 +47,7 @@ HC_MCSQ::Connection_t::Connection_t(std::string_view theName, std::uint16_t theP
 
 HC_MCSQ::HC_MCSQ() : m_wake(::eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC)) {
     m_descriptors.push_back({m_wake, POLLIN, 0});
+    m_registrations.emplace_back();
 }
 
 HC_MCSQ::~HC_MCSQ() {
@@ -91,23 +92,28 @@ void HC_MCSQ::Open_Connection(const String& name, long long /*timeout*/, long lo
 }
 
 void HC_MCSQ::Close_Connection(long long connection, Return_Code& rc) {
-    Ports closed;  // which closes the descriptors, once the lock is let go
-    const MutexLock lock(m_connectionsMutex);
-    if (Connection_t* const found = getConnection(connection, rc)) {
-        found->state = CLOSED;
-        found->isOpen = false;
-        std::swap(found->ports, closed);
+    Ports closed;  // which closes the descriptors
+    {
+        const MutexLock lock(m_connectionsMutex);
+        if (Connection_t* const found = getConnection(connection, rc)) {
+            found->state = CLOSED;
+            found->isOpen = false;
+            std::swap(found->ports, closed);
+        }
+    }
+    if (closed.reader) {
+        unregister(closed.reader.get());
     }
 }
 
 void HC_MCSQ::Read(long long connection, long long /*timeout*/, MCSQ::Read_Payload& payload,
                    Return_Code& rc) {
-    const Ports ports = portsOf(connection, rc);
-    if (!ports.reader) {
+    const auto reader = portOf(connection, &Ports::reader, rc);
+    if (!reader) {
         return;
     }
     const int room = transferLength(payload.data.length(), MAX_READ);
-    const ssize_t got = room < 1 ? 0 : ports.reader->readFromPort(payload.data.buffer(), room);
+    const ssize_t got = room < 1 ? 0 : reader->readFromPort(payload.data.buffer(), room);
     rc = RETURN_CODE_TYPE::NO_ACTION;
     if (got > 0) {
         payload.data.resize(static_cast<std::uint32_t>(got));
@@ -117,12 +123,12 @@ void HC_MCSQ::Read(long long connection, long long /*timeout*/, MCSQ::Read_Paylo
 
 void HC_MCSQ::Write(long long connection, long long /*timeout*/,
                     const Sequence<unsigned char>& payload, Return_Code& rc) {
-    const Ports ports = portsOf(connection, rc);
-    if (!ports.writer) {
+    const auto writer = portOf(connection, &Ports::writer, rc);
+    if (!writer) {
         return;
     }
     const int length = transferLength(payload.length(), std::numeric_limits<int>::max());
-    const ssize_t sent = length < 1 ? 0 : ports.writer->writeToPort(payload.buffer(), length);
+    const ssize_t sent = length < 1 ? 0 : writer->writeToPort(payload.buffer(), length);
     rc = sent == static_cast<ssize_t>(payload.length()) ? RETURN_CODE_TYPE::NO_ERROR
                                                         : RETURN_CODE_TYPE::NO_ACTION;
 }
@@ -186,16 +192,18 @@ void HC_MCSQ::Get_Bus_Status(long long connection, std::uint16_t& status, Return
 
 void HC_MCSQ::Register_Notification_Event(long long connection, IO_Callback& callback,
                                           Return_Code& rc) {
-    const int descriptor = setCallback(connection, callback, rc);
-    if (descriptor == -1) {
+    const auto reader = portOf(connection, &Ports::reader, rc);
+    if (!reader) {
         return;
     }
     callForPollMutex();
     const MutexLock lock(m_pollMutex);
     --m_callers;
+    removeDescriptor(reader.get());  // where it is registered already
     try {
-        removeDescriptor(descriptor);  // where it is registered already
-        m_descriptors.push_back({descriptor, POLLIN, 0});
+        m_registrations.reserve(m_registrations.size() + 1);
+        m_descriptors.push_back({reader->getFileDescriptor(), POLLIN, 0});
+        m_registrations.push_back({reader, &callback, connection});
         startThread();
     } catch (const std::exception& error) {
         rc = RETURN_CODE_TYPE::NO_ACTION;
@@ -204,25 +212,16 @@ void HC_MCSQ::Register_Notification_Event(long long connection, IO_Callback& cal
 }
 
 void HC_MCSQ::Unregister_Notification_Event(long long connection, Return_Code& rc) {
-    const Ports ports = portsOf(connection, rc);
-    if (!ports.reader) {
-        return;
+    if (const auto reader = portOf(connection, &Ports::reader, rc)) {
+        unregister(reader.get());
     }
-    const int descriptor = ports.reader->getFileDescriptor();
+}
+
+void HC_MCSQ::unregister(const mcsReaderPort* reader) {
     callForPollMutex();
     const MutexLock lock(m_pollMutex);
     --m_callers;
-    removeDescriptor(descriptor);
-}
-
-int HC_MCSQ::setCallback(long long connection, IO_Callback& callback, Return_Code& rc) {
-    const MutexLock lock(m_connectionsMutex);
-    Connection_t* const found = getConnection(connection, rc);
-    if (found == nullptr) {
-        return -1;
-    }
-    found->callback = &callback;
-    return found->ports.reader->getFileDescriptor();
+    removeDescriptor(reader);
 }
 
 void HC_MCSQ::callForPollMutex() {
@@ -230,8 +229,14 @@ void HC_MCSQ::callForPollMutex() {
     wakeUp(m_wake);
 }
 
-void HC_MCSQ::removeDescriptor(int descriptor) {
-    std::erase_if(m_descriptors, [&](const pollfd& entry) { return entry.fd == descriptor; });
+void HC_MCSQ::removeDescriptor(const mcsReaderPort* reader) {
+    const auto found = std::find_if(
+        m_registrations.begin() + 1, m_registrations.end(),
+        [&](const Registration& registration) { return registration.reader.get() == reader; });
+    if (found != m_registrations.end()) {
+        m_descriptors.erase(m_descriptors.begin() + (found - m_registrations.begin()));
+        m_registrations.erase(found);
+    }
 }
 
 void HC_MCSQ::startThread() {
@@ -282,39 +287,24 @@ HC_MCSQ::Pass HC_MCSQ::pollOnce() {
 bool HC_MCSQ::callBack() {
     bool served = false;
     for (std::size_t i = 1; i < m_descriptors.size(); ++i) {
-        const pollfd& entry = m_descriptors[i];
         // Where two connections share a device, the callback before may have taken the data; a
         // read would then wait for more.
-        const bool waits = (entry.revents & POLLIN) != 0 && (!served || dataWaits(entry.fd));
-        served = (waits && notify(entry.fd)) || served;
+        const pollfd& entry = m_descriptors[i];
+        if ((entry.revents & POLLIN) == 0 || (served && !dataWaits(entry.fd))) {
+            continue;
+        }
+        served = true;
+        const Registration& registration = m_registrations[i];
+        try {
+            registration.callback->Process_Notification_Event(
+                registration.connection, NOTIFICATION_EVENT_TYPE::DATA_AVAILABLE);
+        } catch (const std::exception& error) {
+            utilities::printErrorLine(__LINE__, ": ", error.what());
+        } catch (...) {
+            utilities::printErrorLine(__LINE__, ": unknown exception");
+        }
     }
     return served;
-}
-
-bool HC_MCSQ::notify(int descriptor) {
-    IO_Callback* callback = nullptr;
-    long long index = 0;
-    {
-        const MutexLock lock(m_connectionsMutex);
-        const auto found = std::find_if(
-            m_connections.begin(), m_connections.end(), [&](const Connection_t& connection) {
-                return connection.isOpen &&
-                       connection.ports.reader->getFileDescriptor() == descriptor;
-            });
-        if (found == m_connections.end() || found->callback == nullptr) {
-            return false;
-        }
-        callback = found->callback;
-        index = found - m_connections.begin();
-    }
-    try {
-        callback->Process_Notification_Event(index, NOTIFICATION_EVENT_TYPE::DATA_AVAILABLE);
-    } catch (const std::exception& error) {
-        utilities::printErrorLine(__LINE__, ": ", error.what());
-    } catch (...) {
-        utilities::printErrorLine(__LINE__, ": unknown exception");
-    }
-    return true;
 }
 
 HC_MCSQ::Connection_t* HC_MCSQ::find(long long connection) {
@@ -341,10 +331,12 @@ void HC_MCSQ::lookUp(long long connection, Return_Code found, Return_Code& rc) {
     }
 }
 
-HC_MCSQ::Ports HC_MCSQ::portsOf(long long connection, Return_Code& rc) {
+template <typename Port>
+std::shared_ptr<Port> HC_MCSQ::portOf(long long connection, std::shared_ptr<Port> Ports::*port,
+                                      Return_Code& rc) {
     const MutexLock lock(m_connectionsMutex);
     const Connection_t* const found = getConnection(connection, rc);
-    return found == nullptr ? Ports{} : found->ports;
+    return found == nullptr ? nullptr : found->ports.*port;
 }
 
 long long HC_MCSQ::findOrAppend(const String& name) {

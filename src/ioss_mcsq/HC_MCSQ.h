@@ -31,7 +31,7 @@ namespace FACE::IOSS {
  *
  *  Callbacks run one at a time on the one thread of this object, which starts with the first
  *  registration and inherits its scheduling. They hold the poll mutex, so they must not register,
- *  unregister or destroy this object; they may read, write and look. Locks are taken in this
+ *  unregister, close or destroy this object; they may read, write and look. Locks are taken in this
  *  order: poll mutex, whatever a callback takes, connections mutex.
  *
  *  Operations that look a connection up give INVALID_PARAM for an id that was never given and
@@ -70,8 +70,9 @@ public:
     void Open_Connection(const String& name, long long timeout, long long& connection,
                          Return_Code& rc) override;
 
-    /** Looks up. The id stays and is given again for the name. */
-    void Close_Connection(long long connection, Return_Code& rc) override;
+    /** Looks up, and ends its notifications, too. The id stays and is given again for the name. */
+    void Close_Connection(long long connection, Return_Code& rc) override
+        EXCLUDES(m_pollMutex, m_connectionsMutex);
 
     /** Looks up, and reads once what the device holds, up to the payload's length and MAX_READ; may
      *  be several records. Waits when there is nothing. NO_ACTION: nothing was read.
@@ -146,8 +147,15 @@ private:
         const std::string path;
         Ports ports;
         bool isOpen = false;
-        IO_Callback* callback = nullptr;  ///< not owned; called only while registered
         std::uint32_t state = CLOSED;
+    };
+
+    /** Who hears of a descriptor of the set. Keeps the port, so that no other file can come under
+     *  its number. */
+    struct Registration {
+        std::shared_ptr<mcsReaderPort> reader;
+        IO_Callback* callback = nullptr;
+        long long connection = -1;
     };
 
     /** What one pass of the thread came to. */
@@ -162,22 +170,22 @@ private:
     Connection_t* getConnection(long long connection, Return_Code& rc) REQUIRES(m_connectionsMutex);
     void lookUp(long long connection, Return_Code found, Return_Code& rc)
         EXCLUDES(m_connectionsMutex);
-    Ports portsOf(long long connection, Return_Code& rc) EXCLUDES(m_connectionsMutex);
-    int setCallback(long long connection, IO_Callback& callback, Return_Code& rc)
-        EXCLUDES(m_connectionsMutex);
+    template <typename Port>
+    std::shared_ptr<Port> portOf(long long connection, std::shared_ptr<Port> Ports::*port,
+                                 Return_Code& rc) EXCLUDES(m_connectionsMutex);
 
     long long findOrAppend(const String& name) EXCLUDES(m_connectionsMutex);
     bool open(long long index) EXCLUDES(m_connectionsMutex);
     static Ports openPorts(const char* path);
 
     void callForPollMutex();
-    void removeDescriptor(int descriptor) REQUIRES(m_pollMutex);
+    void unregister(const mcsReaderPort* reader) EXCLUDES(m_pollMutex);
+    void removeDescriptor(const mcsReaderPort* reader) REQUIRES(m_pollMutex);
     void startThread() REQUIRES(m_pollMutex);
 
     void callbackThreadFunction() EXCLUDES(m_pollMutex);
     Pass pollOnce() EXCLUDES(m_pollMutex);
     bool callBack() REQUIRES(m_pollMutex) EXCLUDES(m_connectionsMutex);
-    bool notify(int descriptor) REQUIRES(m_pollMutex) EXCLUDES(m_connectionsMutex);
 
     Device_Configuration m_configuration;
 
@@ -190,8 +198,10 @@ private:
     /** Index is the id; never shrinks, so addresses hold. */
     std::deque<Connection_t> m_connections GUARDED_BY(m_connectionsMutex);
 
-    /** The first entry is m_wake, the others are the readers of the registered connections. */
+    /** Entry i of one belongs to entry i of the other: poll wants an array of its own. The first is
+     *  m_wake, with nobody registered; the others are the registered connections. */
     std::vector<pollfd> m_descriptors GUARDED_BY(m_pollMutex);
+    std::vector<Registration> m_registrations GUARDED_BY(m_pollMutex);
 
     /** An eventfd that ends a poll early for whoever wants the poll mutex. Without it (-1) they
      *  wait for the poll period. */

@@ -1,11 +1,13 @@
 #include "ioss_mcsq/HC_MCSQ.h"
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <sys/resource.h>
 
 #include <array>
 #include <atomic>
 #include <csignal>
+#include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <stdexcept>
@@ -97,6 +99,20 @@ protected:
         const Code rc = code(&HC_MCSQ::Read, connection, 0, payload);
         EXPECT_EQ(payload.time, 42);
         return {rc, std::string(payload.data.begin(), payload.data.end())};
+    }
+
+    /** The descriptor that the service reads the device by. */
+    int readerOf(const char* device) {
+        const std::filesystem::path file = m_unit.device(device);
+        for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+            const int descriptor = std::stoi(entry.path().filename());
+            std::error_code gone;  // the listing's own descriptor
+            if (std::filesystem::read_symlink(entry.path(), gone) == file &&
+                (::fcntl(descriptor, F_GETFL) & O_ACCMODE) == O_RDONLY) {
+                return descriptor;
+            }
+        }
+        return -1;
     }
 
     TemporaryUnit m_unit;
@@ -406,6 +422,25 @@ TEST_F(HcMcsq, RegistrationsAndTrafficMeetOnManyThreads) {
     EXPECT_TRUE(eventually([&] { return m_reader.heard[2] > heard; }));
 }
 
+TEST_F(HcMcsq, ClosingEndsTheNotifications) {
+    const long long zero = opened("Zero");
+    const long long one = opened("One");
+    ASSERT_EQ(attach(zero, m_reader), R::NO_ERROR);
+    ASSERT_EQ(attach(one, m_reader), R::NO_ERROR);
+    ASSERT_EQ(close(zero), R::NO_ERROR);
+    // It may get the number of the descriptor that was closed, and nobody asked to hear of it.
+    ASSERT_EQ(opened("Two"), 2);
+    put(m_pipes[0], "a");
+    put(m_pipes[2], "b");
+    put(m_pipes[1], "c");
+    ASSERT_TRUE(eventually([&] { return m_reader.heard[1] == 1; }));
+    EXPECT_FALSE(eventually([&] { return m_reader.heard[0] + m_reader.heard[2] > 0; },
+                            2 * HC_MCSQ::POLL_PERIOD));
+    ASSERT_EQ(opened("Zero"), zero);
+    ASSERT_EQ(attach(zero, m_reader), R::NO_ERROR);
+    EXPECT_TRUE(eventually([&] { return m_reader.heard[0] == 1; }));
+}
+
 TEST_F(HcMcsq, BrokenDescriptorNeitherSpinsNorSilencesTheOthers) {
     std::atomic<long long> busy{0};  // what the callback thread has worked so far [us]
     Listener listener([&](long long connection) {
@@ -415,16 +450,17 @@ TEST_F(HcMcsq, BrokenDescriptorNeitherSpinsNorSilencesTheOthers) {
                usage.ru_utime.tv_usec + usage.ru_stime.tv_usec;
         read(connection);
     });
-    const long long zero = opened("Zero");
-    ASSERT_EQ(attach(zero, listener), R::NO_ERROR);
+    ASSERT_EQ(attach(opened("Zero"), listener), R::NO_ERROR);
     ASSERT_EQ(attach(opened("One"), listener), R::NO_ERROR);
-    ASSERT_EQ(close(zero), R::NO_ERROR);  // under its registration, which now polls nothing
-    put(m_pipes[0], "x");
+    std::array<int, 2> hungUp{};
+    ASSERT_EQ(::pipe(hungUp.data()), 0);
+    ::close(hungUp[1]);
+    ::dup2(hungUp[0], readerOf("mcs0"));  // wakes poll whenever asked, without data
+    ::close(hungUp[0]);
     put(m_pipes[1], "y");
     ASSERT_TRUE(eventually([&] { return listener.heard[1] == 1; }));
     const long long before = busy;
-    EXPECT_FALSE(eventually([&] { return listener.heard[0] > 0; }, 4 * HC_MCSQ::POLL_PERIOD))
-        << "what is closed hears nothing";
+    EXPECT_FALSE(eventually([&] { return listener.heard[0] > 0; }, 4 * HC_MCSQ::POLL_PERIOD));
     put(m_pipes[1], "z");
     ASSERT_TRUE(eventually([&] { return listener.heard[1] == 2; }));
     EXPECT_LT(busy - before, 10000);

@@ -1,8 +1,8 @@
 /** The handle of the VICTORY service, shared between those who tell and the one who restarts. */
 #pragma once
 
+#include <atomic>
 #include <cstdint>
-#include <utility>
 
 #include "utilities/Mutex.h"
 #include "victory/victory.h"
@@ -41,10 +41,8 @@ public:
         VgpssService* const m_service;
     };
 
-    bool isSet() const {
-        const utilities::MutexLock lock(m_mutex);
-        return m_service != nullptr;
-    }
+    /** Whether there is a service at this moment. Takes no lock: only a Use keeps it. */
+    bool isSet() const { return m_service != nullptr; }
 
     void set(VgpssService* service) {
         const utilities::MutexLock lock(m_mutex);
@@ -55,7 +53,7 @@ public:
     /** The handle, which is null for everybody from now on. Waits for every Use to end. */
     VgpssService* take() {
         const utilities::MutexLock lock(m_mutex);
-        VgpssService* const service = std::exchange(m_service, nullptr);
+        VgpssService* const service = m_service.exchange(nullptr);
         while (m_users != 0) {
             m_idle.wait(m_mutex);
         }
@@ -79,9 +77,10 @@ private:
         }
     }
 
-    mutable utilities::Mutex m_mutex;
+    utilities::Mutex m_mutex;
     utilities::Condition m_idle;
-    VgpssService* m_service GUARDED_BY(m_mutex) = nullptr;
+    /** Written under the mutex. */
+    std::atomic<VgpssService*> m_service{nullptr};
     /** Counts what was set. */
     std::uint64_t m_generation GUARDED_BY(m_mutex) = 0;
     int m_users GUARDED_BY(m_mutex) = 0;

@@ -82,6 +82,23 @@ void putNorthReference(const Tyrn_5040_Msg::unpacked_msg5040_t& msg5040,
                 msg5040.northReferenceCorrectionUnits));
 }
 
+/** Fills in a record that is all zero; in place, as 24 of them make most of a status record. */
+inline void putChannel(const Tyrn_8504_Msg::msg_8504_status_type& channel,
+                       VgpscReceiverChannelData& data) {
+    const ChannelState& state = channelStates[channel.state()];
+    data.svNumber = channel.svNumber();
+    putIf(state.hasClass, data.stateClass, data.stateClassPresent, state.stateClass);
+    put(data.activity, data.activityPresent, state.activity);
+    put(data.doubledTerm, data.doubledTermPresent, 2 * channel.doubledTerm());
+    data.plainTerm = channel.plainTerm();
+    data.channelByte = channel.channelByte();
+    data.stateCode = state.stateCode;
+    put(data.inUse, data.inUsePresent, channel.inUse());
+    const unsigned group = channel.groupField();
+    put(data.groupClass, data.groupClassPresent, group == 1 ? 0U : group == 2 ? 1U : 2U);
+    data.modeNibble = channel.modeNibble() <= largestCode ? channel.modeNibble() : 0;
+}
+
 /** Looks at every channel of the message, also at those that the record has no room for. */
 void putChannelFlags(const Tyrn_8504_Msg::unpacked_msg8504_t& msg8504,
                      VgpscReceiverStatusData& status) {
@@ -156,19 +173,8 @@ double VGpsReceiverServer::positionErrorUnitsConvert(std::uint16_t units) {
 
 VgpscReceiverChannelData VGpsReceiverServer::encodeVictoryChannelStatus(
     const Tyrn_8504_Msg::msg_8504_status_type& channel) {
-    const ChannelState& state = channelStates[channel.state()];
     VgpscReceiverChannelData data{};
-    data.svNumber = channel.svNumber();
-    putIf(state.hasClass, data.stateClass, data.stateClassPresent, state.stateClass);
-    put(data.activity, data.activityPresent, state.activity);
-    put(data.doubledTerm, data.doubledTermPresent, 2 * channel.doubledTerm());
-    data.plainTerm = channel.plainTerm();
-    data.channelByte = channel.channelByte();
-    data.stateCode = state.stateCode;
-    put(data.inUse, data.inUsePresent, channel.inUse());
-    const unsigned group = channel.groupField();
-    put(data.groupClass, data.groupClassPresent, group == 1 ? 0U : group == 2 ? 1U : 2U);
-    data.modeNibble = channel.modeNibble() <= largestCode ? channel.modeNibble() : 0;
+    putChannel(channel, data);
     return data;
 }
 
@@ -184,7 +190,7 @@ VgpscReceiverStatusData VGpsReceiverServer::makeReceiverStatus(
     putIf(msg5040.operatingMode <= largestCode, status.operatingMode, status.operatingModePresent,
           msg5040.operatingMode);
     for (std::size_t i = 0; i < VGPSC_CHANNELS; ++i) {
-        status.channels[i] = encodeVictoryChannelStatus(msg8504.channels[i]);
+        putChannel(msg8504.channels[i], status.channels[i]);
     }
     status.channelCount = VGPSC_CHANNELS;
     putStatusWords(msg5040, status);
