@@ -15,13 +15,15 @@ bool FaultHysteresis::OkInitFaultHysteresis(int maxAgeSeconds, int threshold, in
     if (maxAgeSeconds < 0 || threshold < 0 || historySize < 0) {
         return false;
     }
-    const utilities::MutexLock lock(m_mutex);
     m_maxAgeSeconds = maxAgeSeconds;
     m_threshold = threshold;
     m_historySize = historySize;
-    m_history.clear();
-    m_oldest = 0;
-    m_count = 0;
+    for (Share& share : m_history) {
+        const utilities::MutexLock lock(share.mutex);
+        share.ring.clear();
+        share.oldest = 0;
+        share.count = 0;
+    }
     return true;
 }
 
@@ -41,54 +43,72 @@ std::string FaultHysteresis::Check(EventTypes::eEventType& type, const std::stri
 }
 
 std::deque<std::string> FaultHysteresis::historyKeys() const {
+    std::vector<fault_entry> entries;
+    for (const Share& share : m_history) {
+        const utilities::MutexLock lock(share.mutex);
+        for (std::size_t i = 0; i < share.count; ++i) {
+            entries.push_back(share.at(i));
+        }
+    }
+    std::ranges::stable_sort(entries, {}, &fault_entry::when);
     std::deque<std::string> keys;
-    const utilities::MutexLock lock(m_mutex);
-    for (std::size_t i = 0; i < m_count; ++i) {
-        keys.push_back(m_history[(m_oldest + i) % m_history.size()].key);
+    const auto bound = static_cast<std::size_t>(m_historySize);
+    const std::size_t tooMany = entries.size() - std::min(entries.size(), bound);
+    for (std::size_t i = tooMany; i < entries.size(); ++i) {
+        if (!tooOld(entries[i], entries.back().when)) {
+            keys.push_back(std::move(entries[i].key));
+        }
     }
     return keys;
+}
+
+FaultHysteresis::Share& FaultHysteresis::share() {
+    static std::atomic<std::size_t> threads{0};
+    thread_local const std::size_t mine = threads++ % shares;
+    return m_history[mine];
 }
 
 EventTypes::eEventType FaultHysteresis::record(EventTypes::eEventType type, const std::string& file,
                                                const std::string& place) {
     const Clock::time_point now = m_now();
-    const utilities::MutexLock lock(m_mutex);
-    if (m_historySize == 0) {  // turned off since it was looked at
+    Share& mine = share();
+    const utilities::MutexLock lock(mine.mutex);
+    const auto bound = static_cast<std::size_t>(m_historySize);
+    if (bound == 0) {  // turned off since it was looked at
         return type;
     }
-    service(now);
-    fault_entry& entry = newest();
+    service(mine, now);
+    fault_entry& entry = mine.newest(bound);
     entry.key.assign(file).append(place);
     entry.when = now;
     return hysteresis(type, entry.key);
 }
 
-FaultHysteresis::fault_entry& FaultHysteresis::newest() {
-    const auto bound = static_cast<std::size_t>(m_historySize);
-    if (m_count == m_history.size() && m_count < bound) {
-        const auto oldest = m_history.begin() + static_cast<std::ptrdiff_t>(m_oldest);
-        std::rotate(m_history.begin(), oldest, m_history.end());
-        m_oldest = 0;
-        m_history.resize(std::min(bound, 2 * m_count + 1));
+FaultHysteresis::fault_entry& FaultHysteresis::Share::newest(std::size_t bound) {
+    if (count == ring.size() && count < bound) {
+        std::rotate(ring.begin(), ring.begin() + static_cast<std::ptrdiff_t>(oldest), ring.end());
+        oldest = 0;
+        ring.resize(std::min(bound, 2 * count + 1));
     }
-    if (m_count == m_history.size()) {
+    if (count == ring.size()) {
         dropOldest();
     }
-    return m_history[(m_oldest + m_count++) % m_history.size()];
+    return ring[(oldest + count++) % ring.size()];
 }
 
-void FaultHysteresis::dropOldest() {
-    m_oldest = (m_oldest + 1) % m_history.size();
-    --m_count;
+void FaultHysteresis::Share::dropOldest() {
+    oldest = (oldest + 1) % ring.size();
+    --count;
 }
 
-void FaultHysteresis::service(Clock::time_point now) {
+bool FaultHysteresis::tooOld(const fault_entry& entry, Clock::time_point now) const {
     const std::chrono::milliseconds limit = std::chrono::seconds(m_maxAgeSeconds.load());
-    if (limit.count() == 0) {
-        return;
-    }
-    while (m_count != 0 && now - m_history[m_oldest].when >= limit) {
-        dropOldest();
+    return limit.count() != 0 && now - entry.when >= limit;
+}
+
+void FaultHysteresis::service(Share& share, Clock::time_point now) const {
+    while (share.count != 0 && tooOld(share.at(0), now)) {
+        share.dropOldest();
     }
 }
 

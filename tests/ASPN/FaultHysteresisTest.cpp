@@ -124,6 +124,21 @@ TEST(FaultHysteresis, AnyOrderOfCallsAgreesWithTheModel) {
     }
 }
 
+TEST(FaultHysteresis, WarningsOfAllThreadsMakeOneHistory) {
+    FaultHysteresis hysteresis(byHand);
+    ASSERT_TRUE(hysteresis.OkInitFaultHysteresis(10, 16, 5));
+    const auto warnAfter = [&](std::chrono::seconds pause, int line) {
+        handTime += pause;
+        std::thread([&] { check(hysteresis, 3, "x", line, "t"); }).join();
+    };
+    for (int line = 0; line < 8; ++line) {
+        warnAfter(1s, line);
+    }
+    EXPECT_EQ(hysteresis.historyKeys(), (Keys{"x3", "x4", "x5", "x6", "x7"}));
+    warnAfter(8s, 9);
+    EXPECT_EQ(hysteresis.historyKeys(), (Keys{"x6", "x7", "x9"}));
+}
+
 TEST(HealthReporter, StormOfEventsNeverWaits_AndItsHistoryIsBounded) {
     auto& reporter = HealthReporter::Instance();
     auto& hysteresis = FaultHysteresis::Instance();
