@@ -3,14 +3,17 @@
  *
  *      bench_frames [--check]     with --check, exit status 1 when a limit is passed
  *
- *  The server runs in this process with a VICTORY library that only notes the time.
+ *  The server's VICTORY library only notes the time. For the latency the server has a process of
+ *  its own, as beside a receiver, and its floor is a thread of the same process.
  */
 #include <fcntl.h>
 #include <poll.h>
 #include <sched.h>
 #include <sys/ioctl.h>
+#include <sys/mman.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -44,14 +47,21 @@ using Channel = bench::ReceiverPorts::Channel;
 
 thread_local long t_allocations = 0;
 
-/** What the queue thread has seen at its last Tell of a status record. */
-struct LastTell {
-    std::atomic<long> count{0};
-    std::atomic<Clock::time_point> when{};
+/** What the processes of a measurement tell each other. */
+struct Shared {
+    // What the queue thread has seen at its last Tell of a status record.
+    std::atomic<long> told{0};
+    std::atomic<Clock::time_point> toldAt{};
     std::atomic<long> allocations{0};
     std::atomic<double> userSeconds{0};
+    // What the bare loop has read.
+    std::atomic<long> bytes{0};
+    std::atomic<Clock::time_point> readAt{};
+    std::atomic<bool> up{false};  // the server runs
 };
-LastTell g_told;
+Shared& g_shared =
+    *new (mmap(nullptr, sizeof(Shared), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0))
+        Shared;
 
 }  // namespace
 
@@ -70,14 +80,13 @@ void operator delete(void* memory, std::size_t) noexcept {
 }
 
 void vgpssTellStatusData(VgpssService*, unsigned, VgpscReceiverStatusData, const VgpscDateTime*) {
-    g_told.when = Clock::now();
-    g_told.allocations = t_allocations;
+    g_shared.toldAt = Clock::now();
+    g_shared.allocations = t_allocations;
     rusage usage{};
     getrusage(RUSAGE_THREAD, &usage);
-    g_told.userSeconds = static_cast<double>(usage.ru_utime.tv_sec) +
-                         static_cast<double>(usage.ru_utime.tv_usec) * 1e-6;
-    ++g_told.count;
-    g_told.count.notify_all();
+    g_shared.userSeconds = static_cast<double>(usage.ru_utime.tv_sec) +
+                           static_cast<double>(usage.ru_utime.tv_usec) * 1e-6;
+    ++g_shared.told;
 }
 
 namespace {
@@ -91,51 +100,39 @@ void pinTo(int processor) {
 
 /** Sleeps until `counter` has reached `count`: the processor may be the other side's too. */
 void waitForCount(const std::atomic<long>& counter, long count) {
-    for (long now = counter; now < count; now = counter) {
-        counter.wait(now);
+    while (counter < count) {
+        std::this_thread::sleep_for(200us);
     }
 }
 
-/** The bare loop: poll, read, a pause of 100 microseconds. */
+/** The bare loop: poll, read, a pause of 100 microseconds. Its thread inherits the processor. */
 class BareLoop {
 public:
-    BareLoop(const std::string& path, int processor) {
-        mkfifo(path.c_str(), 0600);
-        m_write = open(path.c_str(), O_RDWR);
-        m_thread = std::thread([this, processor] {
-            pinTo(processor);
-            run();
-        });
-    }
+    explicit BareLoop(const std::string& path)
+        : m_fd(open(path.c_str(), O_RDWR | O_CLOEXEC)), m_thread([this] { run(); }) {}
     ~BareLoop() {
         m_stop = true;
         m_thread.join();
-        close(m_write);
+        close(m_fd);
     }
-    void write(const bench::Bytes& block) const {
-        [[maybe_unused]] const auto n = ::write(m_write, block.data(), block.size());
-    }
-    std::atomic<long> bytes{0};  // read so far
-    std::atomic<Clock::time_point> when{};
 
 private:
-    void run() {
+    void run() const {
         std::vector<char> buffer(131072);
-        pollfd entry{m_write, POLLIN, 0};
+        pollfd entry{m_fd, POLLIN, 0};
         while (!m_stop) {
             if (poll(&entry, 1, 50) <= 0) {
                 continue;
             }
-            if (const ssize_t got = read(m_write, buffer.data(), buffer.size()); got > 0) {
-                when = Clock::now();
-                bytes += got;
-                bytes.notify_all();
+            if (const ssize_t got = read(m_fd, buffer.data(), buffer.size()); got > 0) {
+                g_shared.readAt = Clock::now();
+                g_shared.bytes += got;
                 const timespec pause{0, 100000};
                 nanosleep(&pause, nullptr);
             }
         }
     }
-    int m_write = -1;
+    const int m_fd;
     std::atomic<bool> m_stop{false};
     std::thread m_thread;
 };
@@ -158,24 +155,11 @@ void row(const char* what, double ours, double floor, double limit) {
                 within ? "ok" : "ABOVE");
 }
 
-/** A server in this process, its queue thread on one processor. */
-class Unit {
-public:
-    explicit Unit(int processor) {
+/** What stands around a server, without the FPGA's thread: nothing here reads its count. */
+struct Surroundings {
+    Surroundings() {
+        const bench::FpgaFile fpga(root);
         setenv("HALCYRINE_ROOT", root.path().c_str(), 1);
-        pinTo(processor);
-        FACE::RETURN_CODE_TYPE::Value rc{};
-        server.Configure(root.serverArgument().c_str(), rc);
-        server.Framework_Connect("", rc);
-        if (rc != FACE::RETURN_CODE_TYPE::NO_ERROR) {
-            std::puts("The server does not come up.");
-            std::exit(1);
-        }
-        server.Request_State_Transition(FACE::LCM::Halcyrine::RequestedState::START, rc);
-    }
-    ~Unit() {
-        FACE::RETURN_CODE_TYPE::Value rc{};
-        server.Framework_Disconnect(rc);
     }
     bench::Bytes record(int id, int words, double time) {
         return ports.record(bench::FrameBuilder(static_cast<std::uint16_t>(id), 0x9000,
@@ -184,74 +168,125 @@ public:
                                 .frame());
     }
     void write(const bench::Bytes& bytes) { ports.sendRaw(Channel::TyrHc, bytes); }
-    /** As one block: the queue is empty before, so that one read takes all of it. */
-    void writeBlock(const bench::Bytes& bytes) {
-        for (int waiting = 1; waiting != 0;) {
-            ioctl(m_queue, FIONREAD, &waiting);
-            std::this_thread::sleep_for(waiting != 0 ? 50us : 0us);
-        }
-        write(bytes);
-    }
 
     bench::DeviceRoot root;
-    bench::FpgaFile fpga{root};
     bench::ReceiverPorts ports{root};
-    VGpsReceiverServer server;
+};
+
+/** A server, its queue thread on one processor. */
+class Server {
+public:
+    Server(const Surroundings& around, int processor) {
+        pinTo(processor);
+        FACE::RETURN_CODE_TYPE::Value rc{};
+        m_server.Configure(around.root.serverArgument().c_str(), rc);
+        m_server.Framework_Connect("", rc);
+        if (rc != FACE::RETURN_CODE_TYPE::NO_ERROR) {
+            std::puts("The server does not come up.");
+            std::exit(1);
+        }
+        m_server.Request_State_Transition(FACE::LCM::Halcyrine::RequestedState::START, rc);
+    }
+    ~Server() {
+        FACE::RETURN_CODE_TYPE::Value rc{};
+        m_server.Framework_Disconnect(rc);
+    }
 
 private:
-    const int m_queue = open(root.file("/dev/mcs0").c_str(), O_RDWR | O_CLOEXEC);
+    VGpsReceiverServer m_server;
+};
+
+/** A server and the bare loop, in a process of their own, on one processor. */
+class FarServer {
+public:
+    FarServer(const Surroundings& around, const std::string& barePath, int processor) {
+        g_shared.up = false;
+        if (pipe2(m_end, O_CLOEXEC) != 0) {
+            std::exit(1);
+        }
+        std::fflush(stdout);
+        m_pid = fork();
+        if (m_pid == 0) {
+            close(m_end[1]);
+            {
+                const Server server(around, processor);
+                const BareLoop bare(barePath);
+                g_shared.up = true;
+                char none = 0;
+                [[maybe_unused]] const auto n =
+                    read(m_end[0], &none, 1);  // until the other end goes
+            }
+            _exit(0);
+        }
+        while (!g_shared.up) {
+            std::this_thread::sleep_for(1ms);
+        }
+    }
+    ~FarServer() {
+        close(m_end[1]);
+        close(m_end[0]);
+        waitpid(m_pid, nullptr, 0);
+    }
+    FarServer(const FarServer&) = delete;
+    FarServer& operator=(const FarServer&) = delete;
+
+private:
+    int m_end[2]{};
+    pid_t m_pid = -1;
 };
 
 /** From the write of the 8504 that completes a pair to the Tell, and to the end of a bare read, in
  *  turns whose order and pauses are drawn: what an idle processor has gone to sleep for decides how
- *  long it takes to wake up. `gap` lies between the two frames; a receiver leaves none. */
+ *  long it takes to wake up. `gap` lies between the two frames: without one they are read together,
+ *  a short one has the second come while the reader pauses, a long one while it sleeps. */
 void measureLatency(const char* where, int writer, int reader, std::chrono::microseconds gap) {
-    Unit unit(reader);
-    BareLoop bare((unit.root.path() / "bare").string(), reader);
+    Surroundings around;
+    const std::string barePath = around.root.path() / "bare";
+    mkfifo(barePath.c_str(), 0600);
+    const int bare = open(barePath.c_str(), O_RDWR | O_CLOEXEC);
+    g_shared.told = 0;
+    g_shared.bytes = 0;
+    const FarServer server(around, barePath, reader);
     pinTo(writer);
     constexpr int rounds = 2000;
     std::mt19937 random(1);
     std::uniform_int_distribution<int> pauses(500, 4500);
     std::vector<double> ours;
     std::vector<double> floor;
-    long bytes = 0;
-    const auto microsecondsTo = [](const auto& writePair, const auto& waitForEnd) {
-        const Clock::time_point begin = writePair();
-        return std::chrono::duration<double, std::micro>(waitForEnd() - begin).count();
-    };
     for (int i = 1; i <= rounds; ++i) {
-        const bench::Bytes first = unit.record(5040, 88, i);
-        const bench::Bytes second = unit.record(8504, 200, i);
-        bytes += static_cast<long>(first.size() + second.size());
-        const auto pairTo = [&](auto& target) {
-            return [&] {
-                std::this_thread::sleep_for(std::chrono::microseconds(pauses(random)));
-                target.write(first);
-                if (gap > 0us) {
-                    std::this_thread::sleep_for(gap);
-                }
-                const auto begin = Clock::now();
-                target.write(second);
-                return begin;
-            };
+        const bench::Bytes first = around.record(5040, 88, i);
+        const bench::Bytes second = around.record(8504, 200, i);
+        const auto size = static_cast<long>(first.size() + second.size());
+        const auto writePair = [&](const auto& write) {
+            std::this_thread::sleep_for(std::chrono::microseconds(pauses(random)));
+            write(first);
+            if (gap > 0us) {
+                std::this_thread::sleep_for(gap);
+            }
+            const auto begin = Clock::now();
+            write(second);
+            return begin;
+        };
+        const auto since = [](Clock::time_point begin, Clock::time_point end) {
+            return std::chrono::duration<double, std::micro>(end - begin).count();
         };
         const auto measureOurs = [&] {
-            const long before = g_told.count;
-            ours.push_back(microsecondsTo(pairTo(unit), [&] {
-                waitForCount(g_told.count, before + 1);
-                return g_told.when.load();
-            }));
+            const auto begin = writePair([&](const bench::Bytes& bytes) { around.write(bytes); });
+            waitForCount(g_shared.told, i);
+            ours.push_back(since(begin, g_shared.toldAt));
         };
         const auto measureFloor = [&] {
-            floor.push_back(microsecondsTo(pairTo(bare), [&] {
-                waitForCount(bare.bytes, bytes);
-                return bare.when.load();
-            }));
+            const auto begin = writePair([&](const bench::Bytes& bytes) {
+                [[maybe_unused]] const auto n = ::write(bare, bytes.data(), bytes.size());
+            });
+            waitForCount(g_shared.bytes, i * size);
+            floor.push_back(since(begin, g_shared.readAt));
         };
         const bool oursFirst = random() % 2 == 0;
         oursFirst ? measureOurs() : measureFloor();
         oursFirst ? measureFloor() : measureOurs();
     }
+    close(bare);
     const Percentiles a = percentilesOf(ours);
     const Percentiles b = percentilesOf(floor);
     row((std::string(where) + ", p50 [us]").c_str(), a.p50, b.p50, 1.10);
@@ -270,21 +305,28 @@ long residentKilobytes() {
 
 /** Sends `block` again and again, then a pair; user seconds of the queue thread from Tell to Tell.
  */
-double userSeconds(Unit& unit, const bench::Bytes& block, int blocks, double& time) {
+double userSeconds(Surroundings& around, const bench::Bytes& block, int blocks, double& time) {
     const auto pair = [&] {
-        const long before = g_told.count;
+        const long before = g_shared.told;
         time += 10;
-        unit.write(unit.record(5040, 88, time));
-        unit.write(unit.record(8504, 200, time));
-        waitForCount(g_told.count, before + 1);
+        around.write(around.record(5040, 88, time));
+        around.write(around.record(8504, 200, time));
+        waitForCount(g_shared.told, before + 1);
         std::this_thread::sleep_for(20ms);
-        return g_told.userSeconds.load();
+        return g_shared.userSeconds.load();
     };
     pair();
     const double begin = pair();
+    const int queue = open(around.root.file("/dev/mcs0").c_str(), O_RDWR | O_CLOEXEC);
     for (int i = 0; i < blocks; ++i) {
-        unit.writeBlock(block);
+        // As one block: the queue is empty before, so that one read takes all of it.
+        for (int waiting = 1; waiting != 0;) {
+            ioctl(queue, FIONREAD, &waiting);
+            std::this_thread::sleep_for(waiting != 0 ? 50us : 0us);
+        }
+        around.write(block);
     }
+    close(queue);
     std::this_thread::sleep_for(100ms);
     return pair() - begin;
 }
@@ -294,7 +336,8 @@ void append(bench::Bytes& block, const bench::Bytes& record) {
 }
 
 void measureCost() {
-    Unit unit(1);
+    Surroundings around;
+    const Server server(around, 1);
     pinTo(0);
     double time = 1e6;
     constexpr int blocks = 4000;
@@ -302,17 +345,17 @@ void measureCost() {
     // Frames that complete nothing: a 5040 and an 8504 that are never of one moment.
     bench::Bytes lone;
     for (int i = 0; i < 125; ++i) {
-        append(lone, i % 2 == 0 ? unit.record(5040, 88, 1) : unit.record(8504, 200, 100));
+        append(lone, i % 2 == 0 ? around.record(5040, 88, 1) : around.record(8504, 200, 100));
     }
-    const double frame = userSeconds(unit, lone, blocks, time) / (125.0 * blocks);
+    const double frame = userSeconds(around, lone, blocks, time) / (125.0 * blocks);
     row("user CPU of a frame in a block of 125 [us]", frame * 1e6, 0, 0.55);
 
     bench::Bytes pairs;
     for (int i = 0; i < 62; ++i) {
-        append(pairs, unit.record(5040, 88, 1));
-        append(pairs, unit.record(8504, 200, 1));
+        append(pairs, around.record(5040, 88, 1));
+        append(pairs, around.record(8504, 200, 1));
     }
-    const double pair = userSeconds(unit, pairs, blocks, time) / (62.0 * blocks);
+    const double pair = userSeconds(around, pairs, blocks, time) / (62.0 * blocks);
     row("user CPU of a pair, encoded and told [us]", pair * 1e6, 0, 0.9);
 
     // All seven messages, after a warm-up of each.
@@ -322,21 +365,21 @@ void measureCost() {
     const auto cycle = [&] {
         state.timeOfValidity += 1;
         for (const bench::Bytes& bytes : bench::cycleFrames(state)) {
-            unit.write(unit.ports.record(bytes));
+            around.write(around.ports.record(bytes));
         }
     };
     for (int i = 0; i < 100; ++i) {
         cycle();
     }
     std::this_thread::sleep_for(100ms);
-    const long warm = g_told.allocations;
+    const long warm = g_shared.allocations;
     const long kilobytes = residentKilobytes();
     constexpr int cycles = 1000000 / 7;
     for (int i = 0; i < cycles; ++i) {
         cycle();
     }
     std::this_thread::sleep_for(200ms);
-    row("heap allocations in a million frames", static_cast<double>(g_told.allocations - warm), 0,
+    row("heap allocations in a million frames", static_cast<double>(g_shared.allocations - warm), 0,
         0);
     row("growth over a million frames [KiB]", static_cast<double>(residentKilobytes() - kilobytes),
         0, 512);
@@ -375,6 +418,8 @@ int main(int argc, char* argv[]) {
     std::printf("%-44s %10s %10s %8s %8s\n", "what", "ours", "floor", "ratio", "limit");
     measureLatency("pair to Tell, two processors", 0, 1, 0us);
     measureLatency("pair to Tell, one processor", 0, 0, 0us);
+    measureLatency("8504 in the pause, two processors", 0, 1, 50us);
+    measureLatency("8504 in the pause, one processor", 0, 0, 50us);
     measureLatency("8504 half a ms late, two processors", 0, 1, 500us);
     measureLatency("8504 half a ms late, one processor", 0, 0, 500us);
     measureCost();
