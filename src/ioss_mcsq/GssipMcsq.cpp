@@ -69,8 +69,7 @@ GssipMcsq::GssipMcsq(const std::string& name, const std::vector<unsigned short>&
 GssipMcsq::~GssipMcsq() {
     for (const auto& [connection, callback] : m_callbacks) {
         Return_Code ignored = RETURN_CODE_TYPE::NO_ERROR;
-        m_service.Unregister_Notification_Event(connection, ignored);
-        m_service.Close_Connection(connection, ignored);
+        m_service.Close_Connection(connection, ignored);  // which ends its notifications, too
     }
 }
 

@@ -1,8 +1,5 @@
 #include "ioss_mcsq/HC_MCSQ.h"
 
-#include <sys/eventfd.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cerrno>
 #include <exception>
@@ -29,35 +26,27 @@ bool dataWaits(int descriptor) {
     return ::poll(&entry, 1, 0) == 1 && (entry.revents & POLLIN) != 0;
 }
 
-void wakeUp(int wake) {
-    const std::uint64_t one = 1;
-    // A counter that can't be raised any more wakes the thread all the same.
-    [[maybe_unused]] const ssize_t written = ::write(wake, &one, sizeof(one));
-}
+/** Counts those who want a lock for as long as they wait for it. */
+class Caller {
+public:
+    explicit Caller(std::atomic<int>& callers) : m_callers(callers) { ++m_callers; }
+    ~Caller() { --m_callers; }
+    Caller(const Caller&) = delete;
+    Caller& operator=(const Caller&) = delete;
 
-void drain(int wake) {
-    std::uint64_t count = 0;
-    [[maybe_unused]] const ssize_t got = ::read(wake, &count, sizeof(count));
-}
+private:
+    std::atomic<int>& m_callers;
+};
 
 }  // namespace
 
 HC_MCSQ::Connection_t::Connection_t(std::string_view theName, std::uint16_t thePort)
     : name(theName), port(thePort), path(utilities::concat("/dev/mcs", thePort)) {}
 
-HC_MCSQ::HC_MCSQ() : m_wake(::eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC)) {
-    m_descriptors.push_back({m_wake, POLLIN, 0});
-    m_registrations.emplace_back();
-}
-
 HC_MCSQ::~HC_MCSQ() {
     m_stop = true;
-    wakeUp(m_wake);
     if (m_callbackThread.joinable()) {
         m_callbackThread.join();
-    }
-    if (m_wake != -1) {
-        ::close(m_wake);
     }
 }
 
@@ -196,9 +185,8 @@ void HC_MCSQ::Register_Notification_Event(long long connection, IO_Callback& cal
     if (!reader) {
         return;
     }
-    callForPollMutex();
+    const Caller caller(m_callers);
     const MutexLock lock(m_pollMutex);
-    --m_callers;
     removeDescriptor(reader.get());  // where it is registered already
     try {
         m_registrations.reserve(m_registrations.size() + 1);
@@ -218,20 +206,14 @@ void HC_MCSQ::Unregister_Notification_Event(long long connection, Return_Code& r
 }
 
 void HC_MCSQ::unregister(const mcsReaderPort* reader) {
-    callForPollMutex();
+    const Caller caller(m_callers);
     const MutexLock lock(m_pollMutex);
-    --m_callers;
     removeDescriptor(reader);
-}
-
-void HC_MCSQ::callForPollMutex() {
-    ++m_callers;
-    wakeUp(m_wake);
 }
 
 void HC_MCSQ::removeDescriptor(const mcsReaderPort* reader) {
     const auto found = std::find_if(
-        m_registrations.begin() + 1, m_registrations.end(),
+        m_registrations.begin(), m_registrations.end(),
         [&](const Registration& registration) { return registration.reader.get() == reader; });
     if (found != m_registrations.end()) {
         m_descriptors.erase(m_descriptors.begin() + (found - m_registrations.begin()));
@@ -266,7 +248,7 @@ void HC_MCSQ::callbackThreadFunction() {
 
 HC_MCSQ::Pass HC_MCSQ::pollOnce() {
     const MutexLock lock(m_pollMutex);
-    if (m_descriptors.size() == 1) {
+    if (m_descriptors.empty()) {
         return Pass::Ended;
     }
     const int ready =
@@ -274,19 +256,12 @@ HC_MCSQ::Pass HC_MCSQ::pollOnce() {
     if (ready <= 0) {
         return ready == 0 || errno == EINTR ? Pass::Calm : Pass::Ended;
     }
-    if (callBack()) {
-        return Pass::Served;
-    }
-    const bool called = m_descriptors.front().revents != 0;
-    if (called) {
-        drain(m_wake);
-    }
-    return called ? Pass::Calm : Pass::Broken;
+    return callBack() ? Pass::Served : Pass::Broken;
 }
 
 bool HC_MCSQ::callBack() {
     bool served = false;
-    for (std::size_t i = 1; i < m_descriptors.size(); ++i) {
+    for (std::size_t i = 0; i < m_descriptors.size(); ++i) {
         // Where two connections share a device, the callback before may have taken the data; a
         // read would then wait for more.
         const pollfd& entry = m_descriptors[i];

@@ -34,6 +34,10 @@ namespace FACE::IOSS {
  *  unregister, close or destroy this object; they may read, write and look. Locks are taken in this
  *  order: poll mutex, whatever a callback takes, connections mutex.
  *
+ *  Registering, unregistering and closing wait for the poll mutex, so up to one poll period. A
+ *  descriptor of this object's own in the set could end that wait early, but poll looks at all of
+ *  the set on each wake-up: it would cost every frame for what happens twice in a life.
+ *
  *  Operations that look a connection up give INVALID_PARAM for an id that was never given and
  *  CONNECTION_CLOSED for a connection that isn't open.
  */
@@ -42,14 +46,14 @@ public:
     /** What one Read takes at most [bytes]. */
     static constexpr int MAX_READ = 0x20000;
 
-    /** Bounds the reaction to a stop, not to data, and paces the thread when only broken
-     *  descriptors wake it. */
+    /** Bounds the reaction to a stop and to whoever wants the poll mutex, not to data, and paces
+     * the thread when only broken descriptors wake it. */
     static constexpr std::chrono::milliseconds POLL_PERIOD{50};
 
     /** Behind each batch of callbacks, so that the writer of the device runs between two reads. */
     static constexpr std::chrono::microseconds BATCH_PAUSE{100};
 
-    HC_MCSQ();
+    HC_MCSQ() = default;
     /** Stops the thread, which waits for a callback under way, and closes what is open. */
     ~HC_MCSQ() override;
     HC_MCSQ(const HC_MCSQ&) = delete;
@@ -161,7 +165,7 @@ private:
     /** What one pass of the thread came to. */
     enum class Pass {
         Served,  ///< called back
-        Calm,    ///< nothing waits, or somebody wants the poll mutex
+        Calm,    ///< nothing waits
         Broken,  ///< woken by descriptors that have no data for anybody; they would do it again
         Ended,   ///< nothing to poll any more, or poll failed
     };
@@ -178,7 +182,6 @@ private:
     bool open(long long index) EXCLUDES(m_connectionsMutex);
     static Ports openPorts(const char* path);
 
-    void callForPollMutex();
     void unregister(const mcsReaderPort* reader) EXCLUDES(m_pollMutex);
     void removeDescriptor(const mcsReaderPort* reader) REQUIRES(m_pollMutex);
     void startThread() REQUIRES(m_pollMutex);
@@ -198,14 +201,9 @@ private:
     /** Index is the id; never shrinks, so addresses hold. */
     std::deque<Connection_t> m_connections GUARDED_BY(m_connectionsMutex);
 
-    /** Entry i of one belongs to entry i of the other: poll wants an array of its own. The first is
-     *  m_wake, with nobody registered; the others are the registered connections. */
+    /** Entry i of one belongs to entry i of the other: poll wants an array of its own. */
     std::vector<pollfd> m_descriptors GUARDED_BY(m_pollMutex);
     std::vector<Registration> m_registrations GUARDED_BY(m_pollMutex);
-
-    /** An eventfd that ends a poll early for whoever wants the poll mutex. Without it (-1) they
-     *  wait for the poll period. */
-    const int m_wake;
 
     /** How many want the poll mutex; the thread lets them have it first. */
     std::atomic<int> m_callers{0};
