@@ -102,7 +102,7 @@ void HC_Devmem::Open_Connection(const String& name, long long /*timeout*/, long 
     rc = RETURN_CODE_TYPE::INVALID_CONFIG;
     try {
         const long long index = findOrAppend(name);
-        Connection_t* const found = find(index);
+        Connection_t* const found = m_connections.find(index);
         if (found == nullptr || (!found->isOpen && !found->open())) {
             return;
         }
@@ -114,7 +114,7 @@ void HC_Devmem::Open_Connection(const String& name, long long /*timeout*/, long 
 }
 
 void HC_Devmem::Close_Connection(long long connection, Return_Code& rc) {
-    if (Connection_t* const found = findOpen(connection, rc)) {
+    if (Connection_t* const found = m_connections.findOpen(connection, rc)) {
         found->close();
     }
 }
@@ -139,7 +139,7 @@ void HC_Devmem::Write(long long connection, long long /*timeout*/,
 template <typename Perform>
 void HC_Devmem::access(long long connection, std::uint32_t offset, std::uint32_t width,
                        const Perform& perform, Return_Code& rc) {
-    Connection_t* const block = find(connection);
+    Connection_t* const block = m_connections.find(connection);
     if (block == nullptr) {
         rc = RETURN_CODE_TYPE::INVALID_PARAM;
         return;
@@ -177,7 +177,7 @@ void HC_Devmem::Configure_Connection_Parameters(long long connection, long long 
                                                 const IO_PARAMETER_TRANSACTION_TYPE& parameters,
                                                 Return_Code& rc) {
     rc = RETURN_CODE_TYPE::INVALID_PARAM;
-    Connection_t* const found = find(connection);
+    Connection_t* const found = m_connections.find(connection);
     if (found == nullptr) {
         return;
     }
@@ -203,7 +203,7 @@ void HC_Devmem::Configure_Connection_Parameters(long long connection, long long 
 void HC_Devmem::Get_Connection_Configuration(long long connection, long long /*timeout*/,
                                              IO_PARAMETER_TRANSACTION_TYPE& parameters,
                                              Return_Code& rc) {
-    const Connection_t* const found = find(connection);
+    const Connection_t* const found = m_connections.find(connection);
     if (found == nullptr) {
         rc = RETURN_CODE_TYPE::INVALID_PARAM;
         return;
@@ -234,14 +234,14 @@ void HC_Devmem::Get_Bus_Configuration(long long /*connection*/, long long /*time
 
 void HC_Devmem::Get_Connection_Status(long long connection, CONNECTION_STATUS_TYPE& status,
                                       Return_Code& rc) {
-    if (const Connection_t* const found = findOpen(connection, rc)) {
+    if (const Connection_t* const found = m_connections.findOpen(connection, rc)) {
         status = {0, true, found->state};
     }
 }
 
 void HC_Devmem::Get_Bus_Status(long long connection, std::uint16_t& status, Return_Code& rc) {
     rc = RETURN_CODE_TYPE::INVALID_PARAM;
-    if (find(connection) != nullptr) {
+    if (m_connections.find(connection) != nullptr) {
         status = 0;
         rc = RETURN_CODE_TYPE::NO_ERROR;
     }
@@ -249,47 +249,26 @@ void HC_Devmem::Get_Bus_Status(long long connection, std::uint16_t& status, Retu
 
 void HC_Devmem::Register_Notification_Event(long long connection, IO_Callback& /*callback*/,
                                             Return_Code& rc) {
-    if (findOpen(connection, rc) != nullptr) {
+    if (m_connections.findOpen(connection, rc) != nullptr) {
         rc = RETURN_CODE_TYPE::NO_ACTION;
     }
 }
 
 void HC_Devmem::Unregister_Notification_Event(long long connection, Return_Code& rc) {
-    rc =
-        find(connection) != nullptr ? RETURN_CODE_TYPE::NO_ACTION : RETURN_CODE_TYPE::INVALID_PARAM;
-}
-
-HC_Devmem::Connection_t* HC_Devmem::find(long long connection) {
-    if (connection < 0 || static_cast<unsigned long long>(connection) >= m_connections.size()) {
-        return nullptr;
-    }
-    return &m_connections[static_cast<std::size_t>(connection)];
-}
-
-HC_Devmem::Connection_t* HC_Devmem::findOpen(long long connection, Return_Code& rc) {
-    Connection_t* const found = find(connection);
-    if (found == nullptr) {
-        rc = RETURN_CODE_TYPE::INVALID_PARAM;
-        return nullptr;
-    }
-    rc = found->isOpen ? RETURN_CODE_TYPE::NO_ERROR : RETURN_CODE_TYPE::CONNECTION_CLOSED;
-    return found->isOpen ? found : nullptr;
+    rc = m_connections.find(connection) != nullptr ? RETURN_CODE_TYPE::NO_ACTION
+                                                   : RETURN_CODE_TYPE::INVALID_PARAM;
 }
 
 long long HC_Devmem::findOrAppend(const String& name) {
-    const auto known = std::find_if(
-        m_connections.begin(), m_connections.end(),
-        [&](const Connection_t& connection) { return connection.name == name.view(); });
-    if (known != m_connections.end()) {
-        return known - m_connections.begin();
+    if (const long long known = m_connections.idOf(name.view()); known >= 0) {
+        return known;
     }
     const auto block = m_configuration.read<2>(name, {"BaseAddress", "Size"});
     if (!block) {
         return -1;
     }
     const auto [base, size] = *block;
-    m_connections.emplace_back(name.view(), base, size);
-    return static_cast<long long>(m_connections.size()) - 1;
+    return m_connections.append(name.view(), base, size);
 }
 
 }  // namespace FACE::IOSS

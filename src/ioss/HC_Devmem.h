@@ -4,11 +4,11 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
-#include <deque>
 #include <memory>
 #include <string>
 #include <string_view>
 
+#include "ioss/Connection_Table.h"
 #include "ioss/Device_Configuration.h"
 #include "ioss/Devmem_IO_Service.h"
 #include "ioss/MemoryMap.h"
@@ -114,15 +114,13 @@ private:
         std::atomic<std::uint32_t> users{0};  ///< accesses under way, which hold off a close
     };
 
-    Connection_t* find(long long connection);
-    Connection_t* findOpen(long long connection, Return_Code& rc);
     long long findOrAppend(const String& name);
     template <typename Perform>
     void access(long long connection, std::uint32_t offset, std::uint32_t width,
                 const Perform& perform, Return_Code& rc);
 
     Device_Configuration m_configuration;
-    std::deque<Connection_t> m_connections;  ///< index is the id; never shrinks, so addresses hold
+    Connection_Table<Connection_t> m_connections;
 };
 
 }  // namespace FACE::IOSS

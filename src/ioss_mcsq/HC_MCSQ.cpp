@@ -84,7 +84,7 @@ void HC_MCSQ::Close_Connection(long long connection, Return_Code& rc) {
     Ports closed;  // which closes the descriptors
     {
         const MutexLock lock(m_connectionsMutex);
-        if (Connection_t* const found = getConnection(connection, rc)) {
+        if (Connection_t* const found = m_connections.findOpen(connection, rc)) {
             found->state = CLOSED;
             found->isOpen = false;
             std::swap(found->ports, closed);
@@ -133,7 +133,7 @@ void HC_MCSQ::Get_Connection_Configuration(long long connection, long long /*tim
                                            Return_Code& rc) {
     rc = RETURN_CODE_TYPE::INVALID_PARAM;
     const MutexLock lock(m_connectionsMutex);
-    const Connection_t* const found = find(connection);
+    const Connection_t* const found = m_connections.find(connection);
     if (found == nullptr) {
         return;
     }
@@ -163,7 +163,7 @@ void HC_MCSQ::Get_Bus_Configuration(long long connection, long long /*timeout*/,
 void HC_MCSQ::Get_Connection_Status(long long connection, CONNECTION_STATUS_TYPE& status,
                                     Return_Code& rc) {
     const MutexLock lock(m_connectionsMutex);
-    if (const Connection_t* const found = getConnection(connection, rc)) {
+    if (const Connection_t* const found = m_connections.findOpen(connection, rc)) {
         status = {0, true, found->state};
     }
 }
@@ -282,26 +282,9 @@ bool HC_MCSQ::callBack() {
     return served;
 }
 
-HC_MCSQ::Connection_t* HC_MCSQ::find(long long connection) {
-    if (connection < 0 || static_cast<unsigned long long>(connection) >= m_connections.size()) {
-        return nullptr;
-    }
-    return &m_connections[static_cast<std::size_t>(connection)];
-}
-
-HC_MCSQ::Connection_t* HC_MCSQ::getConnection(long long connection, Return_Code& rc) {
-    Connection_t* const found = find(connection);
-    if (found == nullptr) {
-        rc = RETURN_CODE_TYPE::INVALID_PARAM;
-        return nullptr;
-    }
-    rc = found->isOpen ? RETURN_CODE_TYPE::NO_ERROR : RETURN_CODE_TYPE::CONNECTION_CLOSED;
-    return found->isOpen ? found : nullptr;
-}
-
 void HC_MCSQ::lookUp(long long connection, Return_Code found, Return_Code& rc) {
     const MutexLock lock(m_connectionsMutex);
-    if (getConnection(connection, rc) != nullptr) {
+    if (m_connections.findOpen(connection, rc) != nullptr) {
         rc = found;
     }
 }
@@ -310,18 +293,15 @@ template <typename Port>
 std::shared_ptr<Port> HC_MCSQ::portOf(long long connection, std::shared_ptr<Port> Ports::*port,
                                       Return_Code& rc) {
     const MutexLock lock(m_connectionsMutex);
-    const Connection_t* const found = getConnection(connection, rc);
+    const Connection_t* const found = m_connections.findOpen(connection, rc);
     return found == nullptr ? nullptr : found->ports.*port;
 }
 
 long long HC_MCSQ::findOrAppend(const String& name) {
     {
         const MutexLock lock(m_connectionsMutex);
-        const auto known = std::find_if(
-            m_connections.begin(), m_connections.end(),
-            [&](const Connection_t& connection) { return connection.name == name.view(); });
-        if (known != m_connections.end()) {
-            return known - m_connections.begin();
+        if (const long long known = m_connections.idOf(name.view()); known >= 0) {
+            return known;
         }
     }
     const auto parameters = m_configuration.read<1>(name, {"Port"});
@@ -329,15 +309,14 @@ long long HC_MCSQ::findOrAppend(const String& name) {
         return -1;
     }
     const MutexLock lock(m_connectionsMutex);
-    m_connections.emplace_back(name.view(), static_cast<std::uint16_t>(parameters->front()));
-    return static_cast<long long>(m_connections.size()) - 1;
+    return m_connections.append(name.view(), static_cast<std::uint16_t>(parameters->front()));
 }
 
 bool HC_MCSQ::open(long long index) {
     const char* path = nullptr;
     {
         const MutexLock lock(m_connectionsMutex);
-        Connection_t& connection = *find(index);
+        Connection_t& connection = *m_connections.find(index);
         if (connection.isOpen) {
             return true;
         }
@@ -349,7 +328,7 @@ bool HC_MCSQ::open(long long index) {
         return false;
     }
     const MutexLock lock(m_connectionsMutex);
-    Connection_t& connection = *find(index);
+    Connection_t& connection = *m_connections.find(index);
     connection.ports = std::move(ports);
     connection.state = CONNECTED;
     connection.isOpen = true;

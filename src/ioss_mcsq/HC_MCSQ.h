@@ -7,13 +7,13 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
-#include <deque>
 #include <memory>
 #include <string>
 #include <string_view>
 #include <thread>
 #include <vector>
 
+#include "ioss/Connection_Table.h"
 #include "ioss/Device_Configuration.h"
 #include "ioss_mcsq/MCSQ_IO_Service.h"
 #include "ioss_mcsq/mcsQport.h"
@@ -170,8 +170,6 @@ private:
         Ended,   ///< nothing to poll any more, or poll failed
     };
 
-    Connection_t* find(long long connection) REQUIRES(m_connectionsMutex);
-    Connection_t* getConnection(long long connection, Return_Code& rc) REQUIRES(m_connectionsMutex);
     void lookUp(long long connection, Return_Code found, Return_Code& rc)
         EXCLUDES(m_connectionsMutex);
     template <typename Port>
@@ -198,8 +196,7 @@ private:
     /** Guards the connections; held for look-ups, never over a system call. */
     utilities::Mutex m_connectionsMutex;
 
-    /** Index is the id; never shrinks, so addresses hold. */
-    std::deque<Connection_t> m_connections GUARDED_BY(m_connectionsMutex);
+    Connection_Table<Connection_t> m_connections GUARDED_BY(m_connectionsMutex);
 
     /** Entry i of one belongs to entry i of the other: poll wants an array of its own. */
     std::vector<pollfd> m_descriptors GUARDED_BY(m_pollMutex);
