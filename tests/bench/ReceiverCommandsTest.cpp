@@ -57,7 +57,7 @@ TEST(FrameReader, TakesWholeFramesOnly) {
         EXPECT_FALSE(FrameReader::read(spoilt)) << bit;
     }
     EXPECT_TRUE(FrameReader::read(FrameBuilder(1, 0, 0).frame()));
-    for (const double value : {0.0, 12.5, -170.0, 1.0 / 3, 1e-30, -1e30}) {
+    for (const double value : {0.0, 12.5, -170.0, 1.0 / 3, 0.99999999, 1e-30, -1e30}) {
         const auto frame = FrameReader::read(FrameBuilder(1, 0, 2).capsFloat(0, value).frame());
         EXPECT_NEAR(frame->capsFloat(0), value, std::abs(value) * 1e-6);
     }
@@ -94,7 +94,6 @@ TEST(ReceiverSettings, MissionDurationRunsDownWithThatOfTheSource) {
         settings.apply(state);
         return state.missionDuration;
     };
-    EXPECT_EQ(shown(std::nullopt), std::nullopt);
     EXPECT_EQ(shown(70), 70U);
     EXPECT_TRUE(settings.obey(*FrameReader::read(duration(2))));
     EXPECT_EQ(shown(70), 2U);
@@ -115,7 +114,6 @@ TEST(DataTransfer, IsWhatLiesBetweenStartAndEnd) {
         EXPECT_FALSE(transfer.take(frame));
     }
     EXPECT_THAT(transfer.take(end), testing::Optional(ElementsAre(Bytes{3}, Bytes{4})));
-    EXPECT_FALSE(transfer.take(end));
     transfer.take(start);
     EXPECT_THAT(transfer.take(end), testing::Optional(testing::IsEmpty()));
 }

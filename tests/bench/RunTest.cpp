@@ -16,28 +16,15 @@ namespace {
 
 using namespace std::chrono_literals;
 using nlohmann::json;
-using testing::Contains;
 using testing::EndsWith;
-using testing::HasSubstr;
 using Channel = ReceiverPorts::Channel;
-
-std::vector<unsigned> idsOf(ReceiverPorts& queue, std::size_t count) {
-    std::vector<unsigned> ids;
-    while (ids.size() < count) {
-        const auto message = queue.receive(Channel::TyrHc, within(10s));
-        if (!message) {
-            break;
-        }
-        ids.push_back(message->data()[2] + 256U * message->data()[3]);
-    }
-    return ids;
-}
 
 TEST(Receiver, PlaysItsSourceInOrderAndTakesCommands) {
     const DeviceRoot root;
     ReceiverPorts ports(root);
     ReceiverPorts server(root);
     std::promise<void> over;
+    const auto start = std::chrono::steady_clock::now();
     Receiver receiver(
         ports,
         [&](std::size_t cycle) {
@@ -47,9 +34,14 @@ TEST(Receiver, PlaysItsSourceInOrderAndTakesCommands) {
             over.set_value();
             return std::optional<ReceiverState>();
         },
-        1ms);
-    EXPECT_THAT(idsOf(server, 13), testing::ElementsAre(5040, 8504, 8040, 5047, 5048, 5042,  //
-                                                        5040, 8504, 8040, 5047, 5048, 5042, 5044));
+        20ms);
+    for (const unsigned id :
+         {5040, 8504, 8040, 5047, 5048, 5042, 5040, 8504, 8040, 5047, 5048, 5042, 5044}) {
+        const auto message = server.receive(Channel::TyrHc, within(10s));
+        ASSERT_TRUE(message);
+        EXPECT_EQ(message->data()[2] + 256U * message->data()[3], id);
+    }
+    EXPECT_GE(std::chrono::steady_clock::now() - start, 18ms) << "a cycle later";
     ASSERT_EQ(over.get_future().wait_for(10s), std::future_status::ready);
     server.send(Channel::HcTyr, FrameBuilder(5402, 0x9000, 67).frame());
     server.send(Channel::DtIn, FrameBuilder(5402, 0x9000, 67).frame());
@@ -64,32 +56,12 @@ TEST(Receiver, PlaysItsSourceInOrderAndTakesCommands) {
     EXPECT_TRUE(tally.finished);
 }
 
-TEST(Receiver, KeepsItsRateAndStopsAtOnce) {
-    const DeviceRoot root;
-    ReceiverPorts ports(root);
-    ReceiverPorts server(root);
-    const auto start = std::chrono::steady_clock::now();
-    Receiver receiver(ports, scenarioAt, 20ms);
-    idsOf(server, 20 * 6 + 2);  // with one warning among them, to the first message of cycle 20
-    const std::chrono::duration<double> took = std::chrono::steady_clock::now() - start;
-    EXPECT_GE(took.count(), 20 * 0.020 - 0.001);
-    EXPECT_LT(took.count(), 20 * 0.020 * 1.9);
-    receiver.stop();
-    EXPECT_FALSE(receiver.tally().finished);
-}
-
 json report(const std::string& kind, double time = -1) {
     json line{{"report", kind}, {"sequence", 1}, {"data", json::object()}};
     if (time >= 0) {
         line["data"]["receiverTime"] = time;
     }
     return line;
-}
-
-Receiver::Tally sentCycles(std::vector<double> times) {
-    Receiver::Tally sent;
-    sent.cycles = std::move(times);
-    return sent;
 }
 
 constexpr const char* health = "GPS_RECEIVER_SATELLITE_HEALTH_STATUS";
@@ -124,19 +96,17 @@ TEST(RunTally, TellsWhatIsMissing) {
         {"nothing came", {}, 0, 12},
         {"one came twice for another", {1, 2, 2, 4}, 4, 1},
     };
-    const auto sent = sentCycles({1, 2, 3, 4});
+    Receiver::Tally sent;
+    sent.cycles = {1, 2, 3, 4};
     for (const Case& each : cases) {
         const RunTally tally = tallyOf(each.statuses, each.healths);
         EXPECT_EQ(tally.missing(sent), each.missing) << each.name;
         EXPECT_EQ(tally.complete(sent), each.missing == 0) << each.name;
     }
     EXPECT_TRUE(RunTally().complete({}));
-}
 
-TEST(RunTally, WhatWasLostOnTheWayIsNotComplete) {
-    RunTally tally = tallyOf({1}, 1);
-    const auto sent = sentCycles({1});
-    ASSERT_TRUE(tally.complete(sent));
+    // What was lost on the way is not complete either.
+    RunTally tally = tallyOf({1, 2, 3, 4}, 4);
     auto lost = sent;
     lost.framesLost = 1;
     EXPECT_FALSE(tally.complete(lost));
@@ -147,21 +117,15 @@ TEST(RunTally, WhatWasLostOnTheWayIsNotComplete) {
     line["dropped"] = 2;
     tally.take(line);
     EXPECT_FALSE(tally.complete(sent));
-}
 
-TEST(RunTally, SummaryNamesEveryKindAndTheLostTimes) {
-    RunTally tally = tallyOf({1, 3}, 4);
-    tally.take(report("GPS_RECEIVER_STATUS_2", 1));
+    // The summary names the lost times; what is no report is passed over.
+    tally = tallyOf({1, 3}, 4);
     for (const json& odd : {json{{"report", 5}}, json{{"hello", json::object()}}, json::object(),
                             json{{"report", "GPS_RECEIVER_STATUS"}, {"data", 7}}}) {
         tally.take(odd);
     }
-    const auto lines = tally.summary(sentCycles({1, 2, 3, 4}));
-    EXPECT_THAT(lines,
-                Contains(testing::AllOf(HasSubstr("GPS_RECEIVER_STATUS "), EndsWith("2 of 4"))));
-    EXPECT_THAT(lines, Contains(testing::AllOf(HasSubstr(health), EndsWith("4 of 4"))));
-    EXPECT_THAT(lines, Contains(testing::AllOf(HasSubstr("GPS_RECEIVER_STATUS_2"), EndsWith("1"))));
-    EXPECT_THAT(lines, Contains(EndsWith(" 2, 4")));
+    EXPECT_THAT(tally.summary(sent),
+                testing::IsSupersetOf({EndsWith("2 of 4"), EndsWith("4 of 4"), EndsWith(" 2, 4")}));
 }
 
 }  // namespace

@@ -1,18 +1,15 @@
-/** The simulated unit: device root, FPGA, queues. */
+/** The simulated unit: device root, queues, the server's process. */
 #include <gmock/gmock.h>
 
-#include <sys/stat.h>
+#include <poll.h>
 #include <sys/wait.h>
-#include <chrono>
-#include <cmath>
 #include <csignal>
-#include <fstream>
 
 #include "bench/DeviceRoot.h"
-#include "bench/FpgaFile.h"
 #include "bench/Frames.h"
 #include "bench/ReceiverPorts.h"
 #include "bench/Scenario.h"
+#include "bench/ServerProcess.h"
 #include "support/Eventually.h"
 
 namespace bench {
@@ -21,163 +18,87 @@ namespace {
 namespace fs = std::filesystem;
 using namespace std::chrono_literals;
 using Channel = ReceiverPorts::Channel;
+using Ending = ServerProcess::Ending;
 
-TEST(DeviceRoot, LaysTheUnitAndTakesItAway) {
-    fs::path path;
-    {
-        const DeviceRoot root;
-        path = root.path();
-        struct stat memory {};
-        ASSERT_EQ(::stat(root.file("/dev/mem").c_str(), &memory), 0);
-        EXPECT_GT(memory.st_size, 0x40013010);
-        EXPECT_LT(memory.st_blocks, 100);
-        for (const char* queue : {"/dev/mcs0", "/dev/mcs1", "/dev/mcs2", "/dev/mcs3"}) {
-            EXPECT_TRUE(fs::is_fifo(root.file(queue))) << queue;
-        }
-        for (const char* name :
-             {serverFile, connectionsFile, ioDevicesFile, serviceFile, vclFile}) {
-            EXPECT_TRUE(fs::is_regular_file(root.configFile(name))) << name;
-        }
-        EXPECT_EQ(root.file(DeviceRoot::serverArgument()), root.configFile(serverFile));
+TEST(ServerProcess, LinesArriveWithTheirStreamAndWhole) {
+    ::setenv("BENCH_OTHER", "kept", 1);
+    ServerProcess process(
+        {"/bin/sh",
+         {"-c",
+          "trap 'printf last; exit 7' TERM; printf 'one\\ntw'; printf 'o\\n'; echo no >&2; "
+          "read answer; echo $0 $BENCH_NAME $BENCH_OTHER $answer; while true; do sleep 0.01; done",
+          "zero"},
+         {{"BENCH_NAME", "value"}}});
+    EXPECT_EQ(process.waitForLine("one", within(10s)), 0U);
+    const auto two = process.waitForLine("two", within(10s), 1);
+    ASSERT_TRUE(two);
+    ASSERT_TRUE(process.waitForLine("no", within(10s)));
+    EXPECT_FALSE(process.waitForLine("two", within(0s), *two + 1));
+    process.type("yes\n");
+    ASSERT_TRUE(process.waitForLine("zero value kept yes", within(10s)));
+    EXPECT_FALSE(process.wait(within(0s)));
+    process.signal(SIGTERM);
+    EXPECT_EQ(process.wait(within(10s)), (Ending{7, {}}));
+    std::vector<std::string> texts;
+    for (const auto& line : process.lines()) {
+        texts.push_back((line.isError ? "!" : "") + line.text);
     }
-    EXPECT_FALSE(fs::exists(path));
+    EXPECT_THAT(texts,
+                testing::UnorderedElementsAre("one", "two", "!no", "zero value kept yes", "last"));
+    EXPECT_FALSE(process.waitForLine("never", within(1h)));
 }
 
-TEST(DeviceRoot, GoesWithAKilledProcessYetStaysWhenItIsKept) {
+/** Whether the process of a pidfd has ended by the deadline. */
+bool ended(int pidfd) {
+    pollfd polled{pidfd, POLLIN, 0};
+    return ::poll(&polled, 1, 10000) == 1;
+}
+
+TEST(ServerProcess, NothingOfItOutlivesTheObject) {
+    Descriptor child;
+    {
+        ServerProcess process({"/bin/sh", {"-c", "trap '' TERM; sleep 1000 & echo $!; wait"}, {}});
+        ASSERT_TRUE(process.waitForLine("", within(10s)));
+        child = watchProcess(std::stoi(process.lines()[0].text));
+    }
+    EXPECT_TRUE(ended(child.get()));
+}
+
+TEST(Unit, GoesWithAKilledOwnerYetItsFilesStayWhenTheyAreKept) {
+    struct Told {
+        int pid;
+        char path[256];
+    } told{};
     int ends[2];
     ASSERT_EQ(::pipe(ends), 0);
-    const int child = ::fork();
-    if (child == 0) {
+    const int owner = ::fork();
+    if (owner == 0) {
         const DeviceRoot root;
-        const std::string path = root.path().string() + "\n";
-        [[maybe_unused]] const auto told = ::write(ends[1], path.data(), path.size());
-        ::raise(SIGKILL);
+        const ServerProcess process({"/bin/sleep", {"1000"}, {}});
+        told.pid = process.pid();
+        root.path().string().copy(told.path, sizeof told.path - 1);
+        [[maybe_unused]] const auto written = ::write(ends[1], &told, sizeof told);
+        ::pause();
     }
-    ASSERT_GT(child, 0);
-    char text[256] = {};
-    const auto length = ::read(ends[0], text, sizeof text);
-    ::waitpid(child, nullptr, 0);
+    ASSERT_GT(owner, 0);
+    ASSERT_EQ(::read(ends[0], &told, sizeof told), static_cast<ssize_t>(sizeof told));
+    const Descriptor process = watchProcess(told.pid);
+    EXPECT_TRUE(fs::exists(told.path));
+    ::kill(owner, SIGKILL);
+    ::waitpid(owner, nullptr, 0);
     ::close(ends[0]);
     ::close(ends[1]);
-    ASSERT_GT(length, 1);
-    const fs::path path(std::string(text, static_cast<std::size_t>(length) - 1));
-    EXPECT_TRUE(eventually([&] { return !fs::exists(path); })) << path;
-    std::optional<DeviceRoot> root(std::in_place);
-    root->keep();
-    const fs::path kept = root->path();
-    root.reset();
+    EXPECT_TRUE(ended(process.get()));
+    EXPECT_TRUE(eventually([&] { return !fs::exists(told.path); })) << told.path;
+
+    fs::path kept;
+    {
+        DeviceRoot root;
+        root.keep();
+        kept = root.path();
+    }
     EXPECT_TRUE(fs::exists(kept / "dev/mem"));
     fs::remove_all(kept);
-}
-
-TEST(DeviceRoot, ParametersAreEditedInPlace) {
-    DeviceRoot root;
-    const auto edit = [&](const char* name, const char* value) {
-        root.setParameter(serverFile, "VGpsReceiverServer", name, value);
-    };
-    const auto parameter = [&](const char* name) {
-        return root.parameter(serverFile, "VGpsReceiverServer", name);
-    };
-    EXPECT_EQ(parameter("PARAM_3"), "39");
-    edit("PARAM_3", "0x26");
-    EXPECT_EQ(root.number(serverFile, "VGpsReceiverServer", "PARAM_3"), 38U);
-    edit("PARAM_3", "");
-    EXPECT_EQ(parameter("PARAM_3"), "");
-    EXPECT_THROW(root.number(serverFile, "VGpsReceiverServer", "PARAM_3"), std::runtime_error);
-    for (int twice = 0; twice < 2; ++twice) {
-        root.removeParameter(serverFile, "VGpsReceiverServer", "PARAM_4");
-        EXPECT_EQ(parameter("PARAM_4"), "");
-    }
-    edit("PARAM_4", "9");
-    EXPECT_EQ(parameter("PARAM_4"), "9");
-    EXPECT_EQ(parameter("PARAM_5"), "12");
-
-    root.removeContainer(ioDevicesFile, "DT_IN");
-    EXPECT_FALSE(root.hasContainer(ioDevicesFile, "DT_IN"));
-    EXPECT_TRUE(root.hasContainer(ioDevicesFile, "DT_OUT"));
-    EXPECT_THROW(root.setParameter(ioDevicesFile, "DT_IN", "Port", "3"), std::runtime_error);
-
-    const auto hasPeriods = [&](const char* period) {
-        std::ifstream input(root.configFile(vclFile));
-        const std::string text{std::istreambuf_iterator<char>(input), {}};
-        std::ptrdiff_t found = 0;
-        for (auto at = text.find(period); at != text.npos; at = text.find(period, at + 1)) {
-            ++found;
-        }
-        return found;
-    };
-    root.setUpdatePeriod("GPS_RECEIVER_STATUS", 4321);
-    EXPECT_EQ(hasPeriods("\"4321\""), 1);
-    root.setUpdatePeriods(1234);
-    EXPECT_EQ(hasPeriods("\"1234\""), 4);
-}
-
-TEST(FpgaFile, CountsOnAtItsRate) {
-    const DeviceRoot root;
-    const FpgaFile fpga(root);
-    // The file shows the count to another reader, as the server is one; a busy machine may spoil
-    // one measurement of the rate, a wrong rate spoils all.
-    const auto countInFile = [&] {
-        std::ifstream memory(root.file("/dev/mem"), std::ios::binary);
-        std::uint64_t count = 0;
-        memory.seekg(0x40002000 + 128);
-        memory.read(reinterpret_cast<char*>(&count), sizeof count);
-        return static_cast<double>(count);
-    };
-    const auto rateIsRight = [&] {
-        const auto start = std::chrono::steady_clock::now();
-        const double before = countInFile();
-        while (countInFile() < before + 58982400 * 0.1 &&
-               std::chrono::steady_clock::now() < start + 5s) {
-        }
-        const std::chrono::duration<double> took = std::chrono::steady_clock::now() - start;
-        return std::abs((countInFile() - before) / took.count() / 58982400 - 1) < 0.04;
-    };
-    EXPECT_TRUE(eventually(rateIsRight, 20s));
-}
-
-TEST(ReceiverPorts, RecordIsTheMessageInItsEncapsulation) {
-    const DeviceRoot root;
-    ReceiverPorts ports(root);
-    const Bytes frame{0xFF, 0x81, 0xB0, 0x13};
-    ports.record(frame);
-    const Bytes record = ports.record(frame);
-    ASSERT_EQ(record.size(), 60U);
-    EXPECT_THAT(Bytes(record.begin(), record.begin() + 12),
-                testing::ElementsAre(0, 1, 0, 0,                // little-endian
-                                     1, 0, 0, 0, 0, 0, 0, 0));  // the second message
-    EXPECT_THAT(Bytes(record.begin() + 44, record.end()),
-                testing::ElementsAre(0, 0, 39, 0,               // device id
-                                     4, 0, 0, 0, 4, 0, 0, 0,    // num_bytes, count of data
-                                     0xFF, 0x81, 0xB0, 0x13));  // data
-    ports.setSourceServer(38);
-    EXPECT_EQ(ports.record(frame)[46], 38);
-}
-
-TEST(ReceiverPorts, MessagesComeBackWhole) {
-    const DeviceRoot root;
-    ReceiverPorts ports(root);
-    const auto frames = cycleFrames(scenarioAt(6));
-    for (const Bytes& frame : frames) {
-        ASSERT_TRUE(ports.send(Channel::HcTyr, frame));
-    }
-    for (const Bytes& frame : frames) {
-        const auto message = ports.receive(Channel::HcTyr, within(5s));
-        ASSERT_TRUE(message);
-        EXPECT_EQ(message->data(), frame);
-    }
-    EXPECT_FALSE(ports.receive(Channel::HcTyr, within(0ms)));
-
-    // A record in two pieces waits for its end; one that claims too much is dropped.
-    const Bytes record = ports.record(frames[0]);
-    ports.sendRaw(Channel::DtIn, std::span(record).first(100));
-    EXPECT_FALSE(ports.receive(Channel::DtIn, within(0ms)));
-    ports.sendRaw(Channel::DtIn, std::span(record).subspan(100));
-    EXPECT_TRUE(ports.receive(Channel::DtIn, within(5s)));
-    ports.sendRaw(Channel::DtIn, Bytes(56, 0xFF));
-    EXPECT_THROW(ports.receive(Channel::DtIn, within(5s)), std::runtime_error);
-    ports.send(Channel::DtIn, frames[1]);
-    EXPECT_EQ(ports.receive(Channel::DtIn, within(5s))->data(), frames[1]);
 }
 
 TEST(ReceiverPorts, FullQueueIsToldAndKeepsWholeRecords) {
@@ -185,14 +106,24 @@ TEST(ReceiverPorts, FullQueueIsToldAndKeepsWholeRecords) {
     ReceiverPorts ports(root);
     const Bytes frame = frame8504(scenarioAt(0));
     std::size_t sent = 0;
-    while (ports.send(Channel::DtOut, frame, within(0ms))) {
+    while (ports.send(Channel::DtIn, frame, within(0ms))) {
         ASSERT_LT(++sent, 100000U);
     }
     EXPECT_GE(sent, 65536 / (frame.size() + 56) / 2);
     for (std::size_t index = 0; index < sent; ++index) {
-        ASSERT_TRUE(ports.receive(Channel::DtOut, within(5s)));
+        ASSERT_TRUE(ports.receive(Channel::DtIn, within(5s)));
     }
-    EXPECT_FALSE(ports.receive(Channel::DtOut, within(0ms)));
+
+    // A record in two pieces waits for its end; one that claims too much is dropped.
+    const Bytes record = ports.record(frame);
+    ports.sendRaw(Channel::DtIn, std::span(record).first(100));
+    EXPECT_FALSE(ports.receive(Channel::DtIn, within(0ms)));
+    ports.sendRaw(Channel::DtIn, std::span(record).subspan(100));
+    EXPECT_TRUE(ports.receive(Channel::DtIn, within(5s)));
+    ports.sendRaw(Channel::DtIn, Bytes(56, 0xFF));
+    EXPECT_THROW(ports.receive(Channel::DtIn, within(5s)), std::runtime_error);
+    ports.send(Channel::DtIn, frame);
+    EXPECT_EQ(ports.receive(Channel::DtIn, within(5s))->data(), frame);
 }
 
 }  // namespace

@@ -76,9 +76,9 @@ private:
         }
         const VgpscHotStartMessage& message = messages[count - 1];
         std::ostringstream bytes;
+        bytes << std::hex << std::uppercase;
         for (unsigned i = 0; i < message.length; ++i) {
-            bytes << std::hex << std::uppercase << (message.bytes[i] >> 4)
-                  << (message.bytes[i] & 15);
+            bytes << (message.bytes[i] >> 4) << (message.bytes[i] & 15);
         }
         return note(me, "data ", mode, ' ', count, ' ', message.messageId, ',', message.sequence,
                     ',', bytes.str());

@@ -9,6 +9,7 @@
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <functional>
 #include <nlohmann/json.hpp>
 #include <optional>
@@ -158,6 +159,12 @@ protected:
     void remove() { vgpssDeleteService(std::exchange(service, nullptr)); }
 
     const std::string& root() const { return m_root; }
+    /** A file below the root; its path. */
+    std::string write(const std::string& name, const std::string& text) const {
+        std::string path = root() + "/" + name;
+        std::ofstream(path, std::ios::binary) << text;
+        return path;
+    }
 
     VgpssService* service = nullptr;
 

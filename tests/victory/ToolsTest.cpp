@@ -2,7 +2,6 @@
 #include <sys/wait.h>
 
 #include <cstdio>
-#include <fstream>
 #include <set>
 
 #include "victory/Owner.h"
@@ -85,14 +84,11 @@ struct Outcome {
     std::string output;  // standard output and standard error
 };
 
-/** vgpsctl as a process. */
+/** vgpsctl as a process, until `finish`. */
 class Ctl {
 public:
     explicit Ctl(const std::string& arguments)
         : m_pipe(::popen((std::string(VGPSCTL) + " " + arguments + " 2>&1").c_str(), "r")) {}
-    ~Ctl() { finish(); }
-    Ctl(const Ctl&) = delete;
-    Ctl& operator=(const Ctl&) = delete;
 
     std::string line() {
         std::array<char, 4096> buffer{};
@@ -101,12 +97,10 @@ public:
     }
     Outcome finish() {
         Outcome outcome;
-        if (m_pipe != nullptr) {
-            for (std::string next = line(); !next.empty(); next = line()) {
-                outcome.output += next;
-            }
-            outcome.status = WEXITSTATUS(::pclose(std::exchange(m_pipe, nullptr)));
+        for (std::string next = line(); !next.empty(); next = line()) {
+            outcome.output += next;
         }
+        outcome.status = WEXITSTATUS(::pclose(m_pipe));
         return outcome;
     }
 
@@ -118,11 +112,6 @@ class Vgpsctl : public OwnedRig {
 protected:
     static Outcome run(const std::string& arguments) { return Ctl(arguments).finish(); }
 
-    std::string write(const std::string& name, const std::string& text) const {
-        std::string path = root() + "/" + name;
-        std::ofstream(path) << text;
-        return path;
-    }
     /** A service that carries out these requests alone, and doesn't offer the test mode's. */
     void startFor(const std::set<std::string>& good) {
         make();
@@ -135,8 +124,8 @@ protected:
 };
 
 TEST_F(Vgpsctl, SendsARequestAndEndsWithItsOutcome) {
-    startFor({"command 0:1", "variation 0 -12.5", "variation 1 0", "port J1COM1",
-              "data 3 1 7,1,FF81", "vcl <vcl:VCL/>\n"});
+    startFor({"command 0:1", "variation 0 -12.5", "port J1COM1", "data 3 1 7,1,FF81",
+              "vcl <vcl:VCL/>\n"});
     const std::string vclFile = write("good.xml", "<vcl:VCL/>\n");
     const std::string badVcl = write("bad.xml", "<other/>");
     const std::string data = write("data.json",
@@ -150,10 +139,8 @@ TEST_F(Vgpsctl, SendsARequestAndEndsWithItsOutcome) {
     } cases[] = {
         {"zeroize", 0, "carried out"},
         {"zeroize --type 2", 1, "refused"},
-        {"command 0 1", 0, "carried out"},
         {"command -7 1", 1, "refused"},
         {"magvar local -12.5", 0, "carried out"},
-        {"magvar calculated", 0, "carried out"},
         {"hot-start port J1COM1", 0, "carried out"},
         {"hot-start port j1com1", 1, "refused"},
         {"hot-start data " + data, 0, "carried out"},
@@ -163,7 +150,6 @@ TEST_F(Vgpsctl, SendsARequestAndEndsWithItsOutcome) {
         {"save-vcl " + root() + "/none", 2, "can't be read"},
         {"mode 1", 2, "not offered"},
         {"mission-duration 84", 2, "test mode"},
-        {"mission-duration -1", 2, "duration"},
         {"--endpoint " + endpoint() + " zeroize", 0, "carried out"},
         {"--endpoint " + root() + "/none zeroize", 2, "start the service"},
         {"", 2, "subcommand"},
