@@ -86,15 +86,6 @@ FrameBuilder& FrameBuilder::pdpFloat(std::size_t offset, double value) {
         .u16(offset + 2, static_cast<std::uint16_t>(packed));
 }
 
-FrameBuilder& FrameBuilder::capsDouble(std::size_t offset, double value) {
-    const std::uint64_t packed = pack(value, 39);
-    u8(offset, static_cast<std::uint8_t>(packed >> 39));
-    for (unsigned byte = 0; byte < 4; ++byte) {
-        u8(offset + 1 + byte, static_cast<std::uint8_t>(packed >> (8 * byte)));
-    }
-    return u8(offset + 5, static_cast<unsigned>(((packed >> 40) & 0x80) | ((packed >> 32) & 0x7F)));
-}
-
 FrameBuilder& FrameBuilder::capsFloat(std::size_t offset, double value) {
     const std::uint64_t packed = pack(value, 23);
     u8(offset, static_cast<std::uint8_t>(packed >> 23));

@@ -23,11 +23,10 @@ public:
     FrameBuilder& s16(std::size_t offset, int value);
     /** Sets `count` bits from bit `first` of the byte at `offset` on, which were 0. */
     FrameBuilder& bits(std::size_t offset, unsigned first, unsigned count, unsigned value);
-    /** The receiver's four number formats, in 8, 4, 6 and 4 bytes. A number nearer to 0 than the
+    /** Three of the receiver's number formats, in 8, 4 and 4 bytes. A number nearer to 0 than the
      *  format holds becomes 0, one beyond its range the farthest of its sign. */
     FrameBuilder& pdpDouble(std::size_t offset, double value);
     FrameBuilder& pdpFloat(std::size_t offset, double value);
-    FrameBuilder& capsDouble(std::size_t offset, double value);
     FrameBuilder& capsFloat(std::size_t offset, double value);
     /** `length` characters, filled up with zeros, in words with the first character high. */
     FrameBuilder& text(std::size_t offset, std::string_view value, std::size_t length);

@@ -15,11 +15,14 @@ thread_local bool exhausted = false;
 
 }  // namespace
 
-void* operator new(std::size_t size) {
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
     ++total;
     ++taken;
     most = std::max(most, size);
-    if (void* const memory = exhausted ? nullptr : std::malloc(std::max<std::size_t>(size, 1))) {
+    return exhausted ? nullptr : std::malloc(std::max<std::size_t>(size, 1));
+}
+void* operator new(std::size_t size) {
+    if (void* const memory = operator new(size, std::nothrow)) {
         return memory;
     }
     throw std::bad_alloc();
