@@ -1,7 +1,6 @@
 #include <gmock/gmock.h>
 
 #include "VICTORY/ServerFixture.h"
-#include "bench/DeviceRoot.h"
 
 namespace {
 
@@ -58,10 +57,7 @@ TEST_F(BusCommand, CountsNoFurtherThanTheRecordHolds) {
 
 TEST_F(BusCommand, AZeroizeThatCannotGoOutFails) {
     // No transport has come up: the bus may ask all the same.
-    const bench::DeviceRoot root;
-    ReturnCode rc{};
-    server.Configure(root.configFile(bench::serverFile).c_str(), rc);
-    ASSERT_EQ(rc, FACE::RETURN_CODE_TYPE::NO_ERROR);
+    ASSERT_EQ(configure({}), FACE::RETURN_CODE_TYPE::NO_ERROR);
     EXPECT_EQ(command({{0, 1}}, 1), 1);
     EXPECT_TRUE(warnings().empty());
 }

@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 
+#include <deque>
 #include <functional>
 #include <iostream>
 #include <optional>
@@ -20,8 +21,7 @@
 #include "bench/FrameBuilder.h"
 #include "bench/FreshDomain.h"
 #include "bench/ReceiverPorts.h"
-#include "bench/SiblingProcess.h"
-#include "face/HC_Config.h"
+#include "bench/siblings/SystemTopics.h"
 #include "ioss_mcsq/QueueSupport.h"
 
 using namespace std::chrono_literals;
@@ -33,94 +33,56 @@ inline constexpr auto patience = 20s;
 inline const auto publishPauseBefore =
     std::exchange(HealthReporter::publishPause, std::chrono::nanoseconds(1ms));
 
-/** Texts in the order of their arrival, for any thread. */
-class Texts {
-public:
-    void add(const std::string& text) {
-        const utilities::MutexLock lock(m_mutex);
-        m_texts.push_back(text);
-    }
-    /** Empty when there is none. */
-    std::string takeFirst() {
-        const utilities::MutexLock lock(m_mutex);
-        if (m_texts.empty()) {
-            return {};
-        }
-        std::string text = std::move(m_texts.front());
-        m_texts.erase(m_texts.begin());
-        return text;
-    }
-    std::vector<std::string> all() {
-        const utilities::MutexLock lock(m_mutex);
-        return m_texts;
-    }
-    void clear() {
-        const utilities::MutexLock lock(m_mutex);
-        m_texts.clear();
-    }
-
-private:
-    utilities::Mutex m_mutex;
-    std::vector<std::string> m_texts GUARDED_BY(m_mutex);
-};
-
 /** Hears the server's commands and events, as a sibling of it would. */
 class Ear {
 public:
-    explicit Ear(const std::string& connectionsFile)
-        : m_tss(std::make_shared<FACE::TSS::HC_TSS>("ear")) {
-        FACE::RETURN_CODE_TYPE::Value rc{};
-        m_tss->Set_Reference("", std::make_shared<FACE::HC_Config>(), 0, rc);
-        m_tss->Initialize(connectionsFile.c_str(), rc);
-        hear<aspn2_msgs::idl::CommandResponse>(m_commands, "Command", [this](const auto& message) {
-            m_heardCommands.add(message.command_response());
-        });
-        hear<aspn2_msgs::idl::EventLog>(m_events, "EventLog", [this](const auto& message) {
-            m_heardEvents.add(message.eventlog());
-        });
-    }
-    Ear(const Ear&) = delete;
-    Ear& operator=(const Ear&) = delete;
-
     /** Waits for the next command that has not been asked for yet; empty when none comes. */
     std::string nextCommand() {
         eventually([this] { return unheard() > 0; });
-        return m_heardCommands.takeFirst();
+        const utilities::MutexLock lock(m_mutex);
+        if (m_commands.empty()) {
+            return {};
+        }
+        std::string first = std::move(m_commands.front());
+        m_commands.pop_front();
+        return first;
     }
-    std::size_t unheard() { return m_heardCommands.all().size(); }
+    std::size_t unheard() {
+        const utilities::MutexLock lock(m_mutex);
+        return m_commands.size();
+    }
     bool hearsEvent(const std::string& text, std::chrono::milliseconds limit = patience) {
         const auto isIt = [&](const std::string& event) { return event.find(text) != event.npos; };
-        return eventually([&] { return std::ranges::any_of(m_heardEvents.all(), isIt); }, limit);
+        return eventually(
+            [&] {
+                const utilities::MutexLock lock(m_mutex);
+                return std::ranges::any_of(m_events, isIt);
+            },
+            limit);
     }
     void forget() {
-        m_heardCommands.clear();
-        m_heardEvents.clear();
+        const utilities::MutexLock lock(m_mutex);
+        m_commands.clear();
+        m_events.clear();
     }
 
 private:
-    template <typename T>
-    using Typed = FACE::TSS::Details::HC_TypedTS<T>;
-
-    template <typename T, typename Take>
-    void hear(Typed<T>& typed, const char* topic, Take take) {
-        FACE::RETURN_CODE_TYPE::Value rc{};
-        long long connection = -1;
-        int ignored = 0;
-        typed.Set_Reference("", m_tss, 0, rc);
-        m_tss->Create_Connection(topic, -1, connection, ignored, rc);
-        typed.Register_Callback(
-            connection,
-            [take](long long, long long, const T& message, const FACE::TSS::HEADER_TYPE&,
-                   const FACE::Sequence<FACE::TSS::QoS_Element>&,
-                   FACE::RETURN_CODE_TYPE::Value&) { take(message); },
-            rc);
-        EXPECT_EQ(rc, FACE::RETURN_CODE_TYPE::NO_ERROR) << topic;
+    void take(const bench::Arrival& arrival) {
+        const utilities::MutexLock lock(m_mutex);
+        if (arrival.topic == bench::Topic::Command) {
+            m_commands.push_back(
+                std::get<aspn2_msgs::idl::CommandResponse>(arrival.message).command_response());
+        } else if (arrival.topic == bench::Topic::EventLog) {
+            m_events.push_back(std::get<aspn2_msgs::idl::EventLog>(arrival.message).eventlog());
+        }
     }
-    Texts m_heardCommands;
-    Texts m_heardEvents;
-    Typed<aspn2_msgs::idl::CommandResponse> m_commands;
-    Typed<aspn2_msgs::idl::EventLog> m_events;
-    std::shared_ptr<FACE::TSS::HC_TSS> m_tss;  // goes first, and its threads with it
+
+    utilities::Mutex m_mutex;
+    std::deque<std::string> m_commands GUARDED_BY(m_mutex);
+    std::vector<std::string> m_events GUARDED_BY(m_mutex);
+    bench::SystemTopics m_topics{"ear", "/opt/halcyrine/config/Connections.xml",
+                                 bench::Past::AsConfigured,
+                                 [this](const auto& arrival) { take(arrival); }};
 };
 
 /** A unit around a server that runs, in a domain of its own and in test mode. */
@@ -136,7 +98,7 @@ public:
                           std::to_string(bench::freshDomain()));
         root.setParameter(bench::serverFile, "VGpsReceiverServer", "PARAM_1", "false");
         root.setParameter(bench::serverFile, "VGpsReceiverServer", "PARAM_2", "true");
-        ear.emplace("/opt/halcyrine/config/Connections.xml");
+        ear.emplace();
         FACE::RETURN_CODE_TYPE::Value rc{};
         server->Configure(bench::DeviceRoot::serverArgument().c_str(), rc);
         server->Framework_Connect("", rc);
@@ -212,13 +174,6 @@ public:
     }
     int setData(const VgpscReceiverHotStartData& record) {
         return ask([&](VgpssService& at) { return at.setHotStartData(at.data, &at, record); });
-    }
-    /** As if the tell callback were registered. */
-    void tellData() {
-        ask([](VgpssService& at) {
-            VGpsReceiverServer::cbTellReceiverHotStartDataCallback(at.data, &at);
-            return 0;
-        });
     }
     static int ask(const std::function<int(VgpssService&)>& request) {
         int result = -1;

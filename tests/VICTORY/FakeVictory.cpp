@@ -106,11 +106,10 @@ int vutilWriteStringToFile(const char* text, const char* path) {
     return g_victory.writeFails ? 1 : 0;
 }
 
-VgpssService* vgpssNewService(const char* serviceXml, const char* vclXml, const char* maker,
-                              const char* model, const char* equipmentId) {
+VgpssService* vgpssNewService(const char*, const char* vclXml, const char* maker, const char* model,
+                              const char* equipmentId) {
     const utilities::MutexLock lock(g_mutex);
     g_victory.calls.push_back(std::string("NewService ") + maker + "|" + model + "|" + equipmentId);
-    g_victory.serviceXml = serviceXml;
     g_victory.vclXml = vclXml;
     if (g_victory.newServiceFails) {
         return nullptr;
@@ -170,15 +169,14 @@ INIT_CALLBACK(vgpssInitSetReceiverHotStartPortCallback, VgpssSetReceiverHotStart
 void vgpssTellDeviceDatumCode(VgpssService* service, unsigned code, unsigned zero) {
     tell(service, "TellDeviceDatumCode ", code, ' ', zero);
 }
-void vgpssTellDeviceMaximumUserDefinedDatums(VgpssService* service, unsigned count) {
-    tell(service, "TellDeviceMaximumUserDefinedDatums ", count);
-}
-void vgpssTellDeviceMissionDuration(VgpssService* service, unsigned duration) {
-    tell(service, "TellDeviceMissionDuration ", duration);
-}
-void vgpssTellDeviceOperatingMode(VgpssService* service, int mode) {
-    tell(service, "TellDeviceOperatingMode ", mode);
-}
+#define TELL_NUMBER(name, Number)                                     \
+    void vgpssTellDevice##name(VgpssService* service, Number value) { \
+        tell(service, "TellDevice" #name " ", value);                 \
+    }
+TELL_NUMBER(MaximumUserDefinedDatums, unsigned)
+TELL_NUMBER(MissionDuration, unsigned)
+TELL_NUMBER(OperatingMode, int)
+#undef TELL_NUMBER
 void vgpssTellDeviceMagneticVariation(VgpssService* service, VgpscMagneticVariation source,
                                       double degrees) {
     tell(service, "TellDeviceMagneticVariation ", source, ' ', degrees);

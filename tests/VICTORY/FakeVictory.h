@@ -42,7 +42,6 @@ struct Victory {
 
     // What it saw, in order: "InitPubGroup 3 1", "TellDeviceMissionDuration 7" and so on.
     std::vector<std::string> calls;
-    std::string serviceXml;
     std::string vclXml;
     std::string written;
     std::vector<Told<VgpscReceiverStatusData>> status;

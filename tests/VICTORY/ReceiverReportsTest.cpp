@@ -8,7 +8,6 @@
 namespace {
 
 using nlohmann::json;
-using testing::ElementsAre;
 
 /** A record as the bus shows it: fields by their names, absent ones left out. */
 template <typename Record>
@@ -35,17 +34,6 @@ protected:
         feed(rise2);
         feed(msg8504);
         return fake::snapshot().health.back();
-    }
-    /** The service was told these last, of each kind. */
-    static void expectCalls(std::initializer_list<const char*> calls) {
-        for (const std::string call : calls) {
-            const auto all = fake::snapshot().calls;
-            const auto last = std::find_if(all.rbegin(), all.rend(), [&](const std::string& each) {
-                return each.starts_with(call.substr(0, call.find(' ')));
-            });
-            ASSERT_NE(last, all.rend()) << call;
-            EXPECT_EQ(*last, call);
-        }
     }
 };
 
@@ -97,7 +85,9 @@ TEST_F(ReceiverReports, StatusCarriesEveryField) {
         "errorValueC": 1.03125, "errorValueD": 2047.96875, "channels": []})");
     expected["magneticVariation"] = -0.5 * 180 / std::numbers::pi + 360;
     EXPECT_EQ(shown(told), expected);
-    expectCalls({"TellDeviceOperatingMode 7", "TellDeviceMagneticVariation 1 331.352"});
+    EXPECT_THAT(fake::snapshot().calls,
+                testing::IsSupersetOf(
+                    {"TellDeviceOperatingMode 7", "TellDeviceMagneticVariation 1 331.352"}));
 }
 
 TEST_F(ReceiverReports, StatusLeavesOutWhatIsNotThere) {
@@ -144,7 +134,7 @@ TEST_F(ReceiverReports, StatusLeavesOutWhatIsNotThere) {
             for (const char* const flag : {"modeFlagA", "modeFlagB", "modeFlagC"}) {
                 EXPECT_EQ(status[flag], 0) << flag;
             }
-            expectCalls({"TellDeviceOperatingMode -1"});
+            EXPECT_THAT(fake::snapshot().calls, testing::Contains("TellDeviceOperatingMode -1"));
         }
     }
 }

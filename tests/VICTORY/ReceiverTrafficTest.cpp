@@ -1,5 +1,3 @@
-#include <gmock/gmock.h>
-
 #include "VICTORY/ServerFixture.h"
 
 namespace {
@@ -49,16 +47,6 @@ INSTANTIATE_TEST_SUITE_P(
                              {5048, 5, 1, 1},
                              {8504, 5, 1, 2}},
         std::vector<Arrival>{{8504, -3, 0, 0}, {5040, -3.4, 1, 0}}));
-
-TEST_F(ReceiverTraffic, StatusGoesOutBeforeHealth) {
-    for (const int id : {5047, 5048, 5040, 8504}) {
-        feed(message(id, 5));
-    }
-    const auto calls = fake::snapshot().calls;
-    EXPECT_THAT(
-        std::vector<std::string>(calls.end() - 3, calls.end()),
-        testing::ElementsAre("TellStatusData", "TellHealthStatusData", "TellHealthStatus2Data"));
-}
 
 TEST_F(ReceiverTraffic, NothingIsTakenUnlessRunning) {
     using Requested = FACE::LCM::Halcyrine::RequestedState;

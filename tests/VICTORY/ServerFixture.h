@@ -3,12 +3,13 @@
 
 #include <gtest/gtest.h>
 
-#include <initializer_list>
+#include <map>
 #include <string>
 
 #include "VICTORY/FakeVictory.h"
 #include "VICTORY/VGpsReceiverServer/VGpsReceiverServer.h"
 #include "aspn2_msgs/GSSIP.h"
+#include "bench/DeviceRoot.h"
 #include "bench/FrameBuilder.h"
 #include "support/Captured.h"
 
@@ -32,6 +33,17 @@ protected:
     ReturnCode transition(VGpsReceiverServer::RequestedState requested) {
         ReturnCode rc{};
         server.Request_State_Transition(requested, rc);
+        return rc;
+    }
+
+    /** As the unit's own file does, but for `settings`; the code of Configure. */
+    ReturnCode configure(const std::map<std::string, std::string>& settings) {
+        bench::DeviceRoot root;
+        for (const auto& [name, value] : settings) {
+            root.setParameter(bench::serverFile, "VGpsReceiverServer", name, value);
+        }
+        ReturnCode rc{};
+        server.Configure(root.configFile(bench::serverFile).c_str(), rc);
         return rc;
     }
 

@@ -8,7 +8,6 @@
 #include <thread>
 
 #include "VICTORY/ServerFixture.h"
-#include "VICTORY/ServerSettings.h"
 #include "support/Eventually.h"
 
 namespace {
@@ -22,9 +21,6 @@ unsigned add(const char* kind, void* service, const char* text, int acknowledged
                                            action));
     return 5;
 }
-void removed(const char* kind, unsigned id) {
-    otherCalls.push_back(utilities::concat(kind, " removes ", id));
-}
 
 }  // namespace
 
@@ -36,7 +32,7 @@ void removed(const char* kind, unsigned id) {
         return add(#prefix, service, text, acknowledged, severity, category, action); \
     }                                                                                 \
     void prefix##RemoveFault(T*, unsigned id) {                                       \
-        removed(#prefix, id);                                                         \
+        otherCalls.push_back(utilities::concat(#prefix " removes ", id));             \
     }
 SERVICE_OF(VpossService, vposs)
 SERVICE_OF(VorisService, voris)
@@ -216,7 +212,7 @@ protected:
     FaultTestMode& operator=(const FaultTestMode&) = delete;
 
     void bringUpWith(const char* testMode) {
-        ASSERT_EQ(configure(server, {{"PARAM_2", testMode}}), FACE::RETURN_CODE_TYPE::NO_ERROR);
+        ASSERT_EQ(configure({{"PARAM_2", testMode}}), FACE::RETURN_CODE_TYPE::NO_ERROR);
         // Without files of its own the unit has no transport and no devices; the service comes up.
         ReturnCode rc{};
         server.Framework_Connect(FACE::String(), rc);

@@ -10,9 +10,7 @@ protected:
     FaultTestMode() { root.setParameter(bench::serverFile, name, "PARAM_2", "true"); }
 
     void startAt(bool terminal) {
-        environment["HALCYRINE_ROOT"] = root.path().string();
-        server.emplace(bench::ServerProcess::Command{
-            SERVER_PROGRAM, {root.serverArgument()}, environment, terminal});
+        launch({root.serverArgument()}, terminal);
         ASSERT_TRUE(eventually([this] { return catches(SIGTERM); })) << output();
         bus();
     }
@@ -100,20 +98,15 @@ TEST_F(FaultTestMode, FloodOfKeysIsTakenOneAtATime) {
     expectLifeAndEnd();
 }
 
-TEST_F(FaultTestMode, TerminalThatHangsUpIsNoFault) {
-    startAt(true);
-    server->type("1");
-    ASSERT_TRUE(server->waitForLine("Added", bench::within(patience)));
-    server->closeInput();
-    expectLifeAndEnd();
-}
-
-TEST_F(FaultTestMode, InputThatIsNoTerminalWorksAndMayEnd) {
-    startAt(false);
-    server->type("16");
-    ASSERT_TRUE(server->waitForLine("Added non-acknowledged Emergency", bench::within(patience)));
-    server->closeInput();
-    expectLifeAndEnd();
+TEST_F(FaultTestMode, TerminalThatHangsUpAndInputThatEndsAreNoFaults) {
+    for (const bool terminal : {true, false}) {
+        startAt(terminal);
+        server->type("16");
+        ASSERT_TRUE(
+            server->waitForLine("Added non-acknowledged Emergency", bench::within(patience)));
+        server->closeInput();
+        expectLifeAndEnd();
+    }
 }
 
 }  // namespace

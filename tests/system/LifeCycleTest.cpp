@@ -10,8 +10,7 @@ using testing::Not;
 class LifeCycle : public Unit {};
 
 TEST_F(LifeCycle, WrongArgumentCountPrintsTheUsage) {
-    const std::vector<std::vector<std::string>> counts{{}, {"a", "b"}};
-    for (const auto& arguments : counts) {
+    for (const std::vector<std::string>& arguments : {std::vector<std::string>{}, {"a", "b"}}) {
         launch(arguments);
         EXPECT_EQ(waitForEnd(), (Ending{.status = 1, .signal = {}}));
         EXPECT_EQ(output(),
@@ -59,45 +58,131 @@ TEST_F(LifeCycle, StartsAgainAfterBeingKilled) {
     EXPECT_EQ(waitForEnd(), (Ending{.status = 0, .signal = {}})) << output();
 }
 
-TEST_F(LifeCycle, PinsItselfToTheProcessorAskedFor) {
-    root.setParameter(bench::serverFile, "VGpsReceiverServer", "CPU", "1");
+TEST_F(LifeCycle, PinsItselfAndShowsTheParametersInForce) {
+    for (const auto& [name, value] : {std::pair{"CPU", "1"},
+                                      {"Debug", "tRuE"},
+                                      {"PARAM_3", "0x127"},
+                                      {"PARAM_4", "010"},
+                                      {"PARAM_5", "no number"}}) {
+        root.setParameter(bench::serverFile, "VGpsReceiverServer", name, value);
+    }
     startAndRun();
+    EXPECT_THAT(output(),
+                HasSubstr("VGpsReceiverServer: configuration parameters:  m_debug = 1, priority = "
+                          "0, cpu = 1, m_quiet = 1, m_testMode = 0, m_gssipSourceServerId = 39, "
+                          "m_clearDataInProgressTimeoutSeconds = 8, "
+                          "m_clearDataRequestTimeoutSeconds = 0\n"));
     EXPECT_THAT(output(), HasSubstr("Has CPU Affinity for CPU1\n"
                                     "Successfully set VGpsReceiverServer: cpu affinity to 1\n"));
     EXPECT_EQ(linesWith("Has CPU Affinity"), 1);
 }
 
-TEST_F(LifeCycle, DebugShowsTheParametersInForce) {
-    root.setParameter(bench::serverFile, "VGpsReceiverServer", "Debug", "tRuE");
-    root.setParameter(bench::serverFile, "VGpsReceiverServer", "PARAM_3", "0x127");
-    root.setParameter(bench::serverFile, "VGpsReceiverServer", "PARAM_4", "010");
-    root.setParameter(bench::serverFile, "VGpsReceiverServer", "PARAM_5", "no number");
-    startAndRun();
-    EXPECT_THAT(output(),
-                HasSubstr("VGpsReceiverServer: configuration parameters:  m_debug = 1, priority = "
-                          "0, cpu = 0, m_quiet = 1, m_testMode = 0, m_gssipSourceServerId = 39, "
-                          "m_clearDataInProgressTimeoutSeconds = 8, "
-                          "m_clearDataRequestTimeoutSeconds = 0\n"));
-}
+using Harm = std::function<void(bench::DeviceRoot&, bench::FpgaFile&)>;
+using Lines = std::vector<std::string>;
 
-/** A unit that can't come up: what is done to it, and lines that the server must print for it. */
+/** A unit that can't come up: what is done to it, lines that the server must print for it in their
+ *  order, and the guard that ends it. */
 struct Failure {
     std::string name;
-    std::function<void(bench::DeviceRoot&, bench::FpgaFile&)> harm;
-    std::vector<std::string> lines;
-    std::string guard;
+    Harm harm;
+    Lines lines;
+    const char* guard;
 };
 
-void writeFile(const std::filesystem::path& path, const std::string& text) {
-    std::ofstream(path, std::ios::trunc) << text;
+Harm withText(const char* file, const std::string& text) {
+    return [=](bench::DeviceRoot& root, bench::FpgaFile&) {
+        std::ofstream(root.configFile(file), std::ios::trunc) << text;
+    };
+}
+Harm with(const std::string& parameter, const std::string& value) {
+    return [=](bench::DeviceRoot& root, bench::FpgaFile&) {
+        root.setParameter(bench::serverFile, "VGpsReceiverServer", parameter, value);
+    };
+}
+Harm withoutFile(const std::string& path) {
+    return [=](bench::DeviceRoot& root, bench::FpgaFile&) {
+        std::filesystem::remove(root.file(path));
+    };
+}
+Harm withoutContainer(const char* file, const std::string& container) {
+    return
+        [=](bench::DeviceRoot& root, bench::FpgaFile&) { root.removeContainer(file, container); };
+}
+Harm without(const char* file, const std::string& container, const std::string& parameter) {
+    return [=](bench::DeviceRoot& root, bench::FpgaFile&) {
+        root.removeParameter(file, container, parameter);
+    };
+}
+void cutServerFile(bench::DeviceRoot& root, bench::FpgaFile&) {
+    const auto file = root.configFile(bench::serverFile);
+    std::filesystem::resize_file(file, std::filesystem::file_size(file) / 2);
+}
+void setWrongClockRate(bench::DeviceRoot&, bench::FpgaFile& fpga) {
+    fpga.write(bench::FpgaFile::ClockRate, 58982401);
 }
 
-std::string readFile(const std::filesystem::path& path) {
-    std::ifstream file(path);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
+const std::string config = "/opt/halcyrine/config/";
+constexpr const char* noConfigure = "Configure() failed";
+constexpr const char* noConnect = "Framework_Connect() failed";
 
-const std::vector<std::pair<std::string, std::string>> serverParameters{
+const Failure otherFailures[] = {
+    {"FileMissing", withoutFile(config + bench::serverFile), {}, noConfigure},
+    {"FileEmpty", withText(bench::serverFile, ""), {}, noConfigure},
+    {"FileTruncated", cutServerFile, {}, noConfigure},
+    {"OtherRoot",
+     withText(bench::serverFile, "<Other/>"),
+     {"Configuration XML - " + bench::DeviceRoot::serverArgument() +
+      " Error: Unable to locate the HC_Configurations object"},
+     noConfigure},
+    {"SystemMissing",
+     without(bench::serverFile, "Halcyrine", "System"),
+     {"WARNING - Parameter System not found"},
+     noConfigure},
+    {"ConfigurationMissing",
+     without(bench::serverFile, "Halcyrine", "Configuration"),
+     {"WARNING - Parameter Configuration not found"},
+     noConfigure},
+    {"SystemContainerMissing", withoutContainer(bench::serverFile, "Halcyrine"), {}, noConfigure},
+    {"ServerContainerMissing",
+     withoutContainer(bench::serverFile, "VGpsReceiverServer"),
+     {},
+     noConfigure},
+    // Cut to 8 bits it is processor 0, which there is none of.
+    {"CpuAbsurd",
+     with("CPU", "256"),
+     {"FAILED to set VGpsReceiverServer: cpu affinity to 256"},
+     noConfigure},
+    {"DevicesFileMissing", withoutFile(config + bench::ioDevicesFile), {}, noConnect},
+    {"ChannelMissing", withoutContainer(bench::ioDevicesFile, "DT_IN"), {}, noConnect},
+    {"PortMissing",
+     without(bench::ioDevicesFile, "TYR_HC", "Port"),
+     {"WARNING - Parameter Port not found"},
+     noConnect},
+    {"QueueDeviceMissing",
+     withoutFile("/dev/mcs1"),
+     {"Unable to open output pipe file: /dev/mcs1"},
+     noConnect},
+    {"VictoryFileMissing",
+     withoutFile(config + bench::vclFile),
+     {"VGpsReceiverServer Error reading VICTORY GPS Receiver configuration file."},
+     noConnect},
+    {"VictoryFileBroken", withText(bench::serviceFile, "<broken"), {}, noConnect},
+    // These end by the FPGA's own guard.
+    {"RegisterBlockMissing",
+     withoutContainer(bench::ioDevicesFile, "PpsSlave_Interface"),
+     {},
+     "FpgaFace() FAILED to open PPS Slave interface"},
+    {"MemoryDeviceMissing",
+     withoutFile("/dev/mem"),
+     {},
+     "FpgaFace() FAILED to read FPGA number of UARTs"},
+    {"ClockRateWrong",
+     setWrongClockRate,
+     {},
+     "INVALID_MODE FpgaFace() FPGA clock rate mismatch, got 58982401, expected 58982400"},
+};
+
+const std::pair<std::string, std::string> serverParameters[] = {
     {"Connections", "Connections file"},
     {"IODevices", "Devices file"},
     {"Debug", "debug flag"},
@@ -109,149 +194,22 @@ const std::vector<std::pair<std::string, std::string>> serverParameters{
     {"PARAM_4", "clear data (zeroize saas keys) overall completion timeout seconds"},
     {"PARAM_5", "clear data (zeroize saas keys) request timeout seconds"}};
 
-/** Each parameter of the server missing, and each empty: it and all behind it are named. */
-void addParameterFailures(std::vector<Failure>& failures) {
-    for (std::size_t i = 0; i < serverParameters.size(); ++i) {
-        const std::string name = serverParameters[i].first;
-        std::vector<std::string> lines{"WARNING - Parameter " + name + " not found"};
-        for (std::size_t k = i; k < serverParameters.size(); ++k) {
-            lines.push_back(") GetConfigParameters : error or could not find setting, " +
-                            serverParameters[k].first + " (" + serverParameters[k].second +
-                            ") in configuration file!");
-        }
-        lines.emplace_back("): VGpsReceiverServer: GetConfigParameters error");
-        failures.push_back({name + "Missing",
-                            [name](bench::DeviceRoot& root, bench::FpgaFile&) {
-                                root.removeParameter(bench::serverFile, "VGpsReceiverServer", name);
-                            },
-                            lines, "Configure() failed"});
-        failures.push_back({name + "Empty",
-                            [name](bench::DeviceRoot& root, bench::FpgaFile&) {
-                                root.setParameter(bench::serverFile, "VGpsReceiverServer", name,
-                                                  "");
-                            },
-                            lines, "Configure() failed"});
-    }
-}
-
-void addFileFailures(std::vector<Failure>& failures) {
-    const auto file = [](bench::DeviceRoot& root) { return root.configFile(bench::serverFile); };
-    const std::string guard = "Configure() failed";
-    failures.push_back(
-        {"FileMissing",
-         [file](bench::DeviceRoot& root, bench::FpgaFile&) { std::filesystem::remove(file(root)); },
-         {},
-         guard});
-    failures.push_back(
-        {"FileEmpty",
-         [file](bench::DeviceRoot& root, bench::FpgaFile&) { writeFile(file(root), ""); },
-         {},
-         guard});
-    failures.push_back({"FileTruncated",
-                        [file](bench::DeviceRoot& root, bench::FpgaFile&) {
-                            const std::string text = readFile(file(root));
-                            writeFile(file(root), text.substr(0, text.size() / 2));
-                        },
-                        {},
-                        guard});
-    failures.push_back(
-        {"OtherRoot",
-         [file](bench::DeviceRoot& root, bench::FpgaFile&) { writeFile(file(root), "<Other/>"); },
-         {"Configuration XML - " + bench::DeviceRoot::serverArgument() +
-          " Error: Unable to locate the HC_Configurations object"},
-         guard});
-    for (const std::string name : {"System", "Configuration"}) {
-        failures.push_back({name + "Missing",
-                            [name](bench::DeviceRoot& root, bench::FpgaFile&) {
-                                root.removeParameter(bench::serverFile, "Halcyrine", name);
-                            },
-                            {"WARNING - Parameter " + name + " not found"},
-                            guard});
-    }
-    for (const std::string name : {"Halcyrine", "VGpsReceiverServer"}) {
-        failures.push_back({name + "ContainerMissing",
-                            [name](bench::DeviceRoot& root, bench::FpgaFile&) {
-                                root.removeContainer(bench::serverFile, name);
-                            },
-                            {},
-                            guard});
-    }
-    failures.push_back({"CpuAbsurd",
-                        [](bench::DeviceRoot& root, bench::FpgaFile&) {
-                            // Cut to 8 bits it is processor 0, which there is none of.
-                            root.setParameter(bench::serverFile, "VGpsReceiverServer", "CPU",
-                                              "256");
-                        },
-                        {"FAILED to set VGpsReceiverServer: cpu affinity to 256"},
-                        guard});
-}
-
-void addDeviceFailures(std::vector<Failure>& failures) {
-    const std::string guard = "Framework_Connect() failed";
-    failures.push_back({"DevicesFileMissing",
-                        [](bench::DeviceRoot& root, bench::FpgaFile&) {
-                            std::filesystem::remove(root.configFile(bench::ioDevicesFile));
-                        },
-                        {},
-                        guard});
-    failures.push_back({"ChannelMissing",
-                        [](bench::DeviceRoot& root, bench::FpgaFile&) {
-                            root.removeContainer(bench::ioDevicesFile, "DT_IN");
-                        },
-                        {},
-                        guard});
-    failures.push_back({"PortMissing",
-                        [](bench::DeviceRoot& root, bench::FpgaFile&) {
-                            root.removeParameter(bench::ioDevicesFile, "TYR_HC", "Port");
-                        },
-                        {"WARNING - Parameter Port not found"},
-                        guard});
-    failures.push_back({"QueueDeviceMissing",
-                        [](bench::DeviceRoot& root, bench::FpgaFile&) {
-                            std::filesystem::remove(root.file("/dev/mcs1"));
-                        },
-                        {"Unable to open output pipe file: /dev/mcs1"},
-                        guard});
-    failures.push_back({"VictoryFileMissing",
-                        [](bench::DeviceRoot& root, bench::FpgaFile&) {
-                            std::filesystem::remove(root.configFile(bench::vclFile));
-                        },
-                        {"VGpsReceiverServer Error reading VICTORY GPS Receiver configuration "
-                         "file."},
-                        guard});
-    failures.push_back({"VictoryFileBroken",
-                        [](bench::DeviceRoot& root, bench::FpgaFile&) {
-                            writeFile(root.configFile(bench::serviceFile), "<broken");
-                        },
-                        {},
-                        guard});
-    // These end by the FPGA's own guard.
-    failures.push_back({"RegisterBlockMissing",
-                        [](bench::DeviceRoot& root, bench::FpgaFile&) {
-                            root.removeContainer(bench::ioDevicesFile, "PpsSlave_Interface");
-                        },
-                        {},
-                        "FpgaFace() FAILED to open PPS Slave interface"});
-    failures.push_back({"MemoryDeviceMissing",
-                        [](bench::DeviceRoot& root, bench::FpgaFile&) {
-                            std::filesystem::remove(root.file("/dev/mem"));
-                        },
-                        {},
-                        "FpgaFace() FAILED to read FPGA number of UARTs"});
-    failures.push_back({"ClockRateWrong",
-                        [](bench::DeviceRoot&, bench::FpgaFile& fpga) {
-                            fpga.write(bench::FpgaFile::ClockRate, 58982401);
-                        },
-                        {},
-                        "INVALID_MODE FpgaFace() FPGA clock rate mismatch, got 58982401, expected "
-                        "58982400"});
-}
-
+/** The others, and each parameter of the server missing, and each empty: it and all behind it are
+ *  named. */
 std::vector<Failure> allFailures() {
-    std::vector<Failure> failures;
-    addFileFailures(failures);
-    addParameterFailures(failures);
-    addDeviceFailures(failures);
+    std::vector<Failure> failures(std::begin(otherFailures), std::end(otherFailures));
+    Lines lines{"): VGpsReceiverServer: GetConfigParameters error"};
+    for (auto row = std::rbegin(serverParameters); row != std::rend(serverParameters); ++row) {
+        const std::string& name = row->first;
+        lines.insert(lines.begin(), ") GetConfigParameters : error or could not find setting, " +
+                                        name + " (" + row->second + ") in configuration file!");
+        Lines all = lines;
+        all.insert(all.begin(), "WARNING - Parameter " + name + " not found");
+        failures.push_back({name + "Missing",
+                            without(bench::serverFile, "VGpsReceiverServer", name), all,
+                            noConfigure});
+        failures.push_back({name + "Empty", with(name, ""), all, noConfigure});
+    }
     return failures;
 }
 

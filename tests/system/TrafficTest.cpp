@@ -10,61 +10,28 @@ protected:
         startAndRun();
         bus();
     }
-    /** The report of the next time that the service asks for status 2. */
-    std::optional<nlohmann::json> nextStatus2() {
-        return bus().next("GPS_RECEIVER_STATUS_2", bench::within(patience));
-    }
 };
 
-TEST_F(Traffic, APairBecomesAReportOnTheBus) {
-    send(message5040(100).u16(0x54, 1).u16(0x32, 26).u16(0x30, 11).u16(0x2E, 22).u16(0x92, 500));
-    send(message8504(100.25).u8(0x60, 0x03).u16(0x6E, 30).u16(0x70, 40).pdpFloat(0x54, 0.5));
-    const auto status = statusAt(100.25);
-    ASSERT_TRUE(status) << output();
-    const nlohmann::json& data = (*status)["data"];
-    EXPECT_EQ(data["positionQuality"], 3);
-    EXPECT_EQ(data["positionValid"], 1);
-    EXPECT_EQ(data["statusWordC"], 500);
-    EXPECT_EQ(data["precisionTotal"], 5.0);
-    EXPECT_EQ(data["datumCode"], 206);
-    EXPECT_DOUBLE_EQ(data["magneticVariation"].get<double>(), 28.64788975654116);
-    EXPECT_EQ(data["channels"].size(), 24U);
-    EXPECT_EQ(data["dateTime"]["year"], 2026);
-    EXPECT_EQ(data["dateTime"]["day"], 22);
-    EXPECT_FALSE(data.contains("reservedA"));
-    EXPECT_FALSE(data["channels"][0].contains("stateClass")) << "absent, not 0";
-}
-
-TEST_F(Traffic, HealthReportsShareTheirSatellites) {
+TEST_F(Traffic, EachKindOfReportReachesTheBus) {
     send(message(5047, 100, 7).u16(8, 12).u16(10, 1).u16(12, 180).s16(14, 30));
     send(message(5048, 100, 7));
-    send(message8504(7));
+    send(message5040(7).u16(0x54, 1).u16(0x32, 26).u16(0x30, 11).u16(0x2E, 22).u16(0x92, 500));
+    send(message8504(7.25).u8(0x60, 0x03).u16(0x6E, 30).u16(0x70, 40).pdpFloat(0x54, 0.5));
+    const auto status = statusAt(7.25);
     const auto health = bus().next("GPS_RECEIVER_SATELLITE_HEALTH_STATUS", bench::within(patience));
     const auto places =
         bus().next("GPS_RECEIVER_SATELLITE_HEALTH_STATUS_2", bench::within(patience));
-    ASSERT_TRUE(health && places);
+    ASSERT_TRUE(status && health && places) << output();
+    const nlohmann::json& data = (*status)["data"];
+    EXPECT_EQ(data["statusWordC"], 500);
+    EXPECT_EQ(data["precisionTotal"], 5.0);
+    EXPECT_EQ(data["dateTime"]["year"], 2026);
+    EXPECT_EQ(data["channels"].size(), 24U);
+    EXPECT_FALSE(data.contains("reservedA"));
+    EXPECT_FALSE(data["channels"][0].contains("stateClass")) << "absent, not 0";
     EXPECT_EQ((*health)["data"]["svs"][0]["svNumber"], 12);
-    EXPECT_EQ((*health)["data"]["svs"][0]["health"], 0);
     EXPECT_DOUBLE_EQ((*places)["data"]["svs"][0]["azimuth"].get<double>(), 3.141592653589793);
     EXPECT_FALSE((*places)["data"].contains("dateTime"));
-}
-
-TEST_F(Traffic, EachWarningReachesTheBusOnce) {
-    send(message(5044, 21, 1).u16(8, 5));
-    send(message(5044, 21, 1).u16(8, 80).text(10, "BATTERY LOW", 32));
-    std::vector<nlohmann::json> warnings;
-    for (int i = 0; i < 3; ++i) {
-        const auto status = nextStatus2();
-        ASSERT_TRUE(status);
-        for (const auto& warning : (*status)["data"]["warnings"]) {
-            warnings.push_back(warning);
-        }
-    }
-    ASSERT_EQ(warnings.size(), 2U);
-    EXPECT_EQ(warnings[0]["messageId"], 4);
-    EXPECT_FALSE(warnings[0].contains("customText"));
-    EXPECT_EQ(warnings[1]["messageId"], 62);
-    EXPECT_EQ(warnings[1]["customText"], "BATTERY LOW");
 }
 
 TEST_F(Traffic, OnlyTheConfiguredSourceCounts) {
@@ -75,15 +42,6 @@ TEST_F(Traffic, OnlyTheConfiguredSourceCounts) {
     const auto first = bus().next("GPS_RECEIVER_STATUS", bench::within(patience));
     ASSERT_TRUE(first);
     EXPECT_EQ((*first)["data"]["receiverTime"], 2.0);
-}
-
-TEST_F(Traffic, SavesTheVclOnTheBusRequest) {
-    const auto reply =
-        bus().request({{"request", "saveVcl"}, {"text", "<vcl:VCL/>"}}, bench::within(patience));
-    ASSERT_TRUE(reply);
-    EXPECT_EQ((*reply)["result"], 0);
-    std::ifstream file(root.configFile(bench::vclFile));
-    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(file), {}), "<vcl:VCL/>");
 }
 
 /** Blocks that no receiver should send, and how many of them are reported as unreadable. */
@@ -163,23 +121,14 @@ TEST_F(Flood, LosesNoPair) {
     EXPECT_EQ(linesWith("memory exception"), 0);
 }
 
-class AnySource : public Unit {};
+class Talkative : public Unit {};
 
-TEST_F(AnySource, ZeroTakesFramesOfEverySource) {
+TEST_F(Talkative, PrintsFramesOfEverySourceAndDecisionsInWholeLines) {
+    root.setParameter(bench::serverFile, "VGpsReceiverServer", "PARAM_1", "false");
     root.setParameter(bench::serverFile, "VGpsReceiverServer", "PARAM_3", "0");
     startAndRun();
     bus();
     receiver.setSourceServer(200);
-    sendPair(5);
-    EXPECT_TRUE(statusAt(5));
-}
-
-class Talkative : public Unit {};
-
-TEST_F(Talkative, PrintsFramesAndDecisionsInWholeLines) {
-    root.setParameter(bench::serverFile, "VGpsReceiverServer", "PARAM_1", "false");
-    startAndRun();
-    bus();
     sendPair(9);
     ASSERT_TRUE(statusAt(9));
     ASSERT_TRUE(server->waitForLine("deltaTov: 0", bench::within(patience)));

@@ -39,10 +39,11 @@ protected:
     }
 
     void start() { launch({root.serverArgument()}); }
-    void launch(std::vector<std::string> arguments) {
+    void launch(std::vector<std::string> arguments, bool terminal = false) {
         environment["HALCYRINE_ROOT"] = root.path().string();
-        server.emplace(
-            bench::ServerProcess::Command{SERVER_PROGRAM, std::move(arguments), environment});
+        m_bus.reset();
+        server.emplace(bench::ServerProcess::Command{SERVER_PROGRAM, std::move(arguments),
+                                                     environment, terminal});
     }
     /** Starts the server and waits until it takes traffic and signals. */
     void startAndRun() {
@@ -83,6 +84,11 @@ protected:
         const auto lines = server->lines();
         return std::ranges::count_if(
             lines, [&](const auto& line) { return line.text.find(text) != std::string::npos; });
+    }
+
+    std::string fileText(const char* configFile) const {
+        std::ifstream file(root.configFile(configFile));
+        return {std::istreambuf_iterator<char>(file), {}};
     }
 
     static Builder message(int id, int words, double time) {
