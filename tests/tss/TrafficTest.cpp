@@ -240,27 +240,6 @@ TEST(Traffic, TenThousandCommandsInASecond_ComeInOrder) {
     EXPECT_EQ(last, count + 1);
 }
 
-TEST(Traffic, TwoServersOfOneDomain_HearEachOtherAndThemselves) {
-    const std::string domain = freshDomain();
-    std::array<Inbox, 2> inboxes;
-    Server one(Parameters{{"DomainId", domain}}, "one");
-    Server two(Parameters{{"DomainId", domain}}, "two");
-    for (std::size_t i = 0; i < 2; ++i) {
-        Server& server = i == 0 ? one : two;
-        ASSERT_EQ(server.start(), NO_ERROR);
-        ASSERT_EQ(server.connect("Command"), 0);
-        ASSERT_EQ(server.sender(0), NO_ERROR);
-        ASSERT_EQ(server.receive(0, inboxes[i].callback()), NO_ERROR);
-    }
-    ASSERT_TRUE(one.matched(0, 2, 2));
-    ASSERT_TRUE(two.matched(0, 2, 2));
-    EXPECT_EQ(one.send(0, "from one"), NO_ERROR);
-    EXPECT_EQ(two.send(0, "from two"), NO_ERROR);
-    for (Inbox& inbox : inboxes) {
-        EXPECT_THAT(inbox.texts(2), ::testing::UnorderedElementsAre("from one", "from two"));
-    }
-}
-
 TEST(Traffic, WhatAKilledServerLeaves_DoesNotHinderTheNext) {
     const std::string domain = freshDomain();
     for (int round = 0; round < 3; ++round) {
