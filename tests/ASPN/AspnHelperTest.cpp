@@ -110,7 +110,7 @@ TEST(TimeCodes, DifferenceOfValidityIsSignedAndDefinedForAnyStamps) {
     }
 }
 
-TEST(TimeCodes, HeadersCopyBothWays) {
+TEST(TimeCodes, StampsCopyBothWays) {
     const ASPN2::header memory{-1, {2, 3, 4}, {5, 6, 7}, -8};
     idl::header message;
     message.seq_num(10);
@@ -124,11 +124,6 @@ TEST(TimeCodes, HeadersCopyBothWays) {
     ASPN2::header stamps{20, {}, {}, 21};
     ASPN2::setToVandToA_fromTo(message, stamps);
     EXPECT_EQ(stamps, (ASPN2::header{20, {2, 3, 4}, {5, 6, 7}, 21}));
-
-    ASPN2::copyHeader_fromTo(memory, message);
-    ASPN2::header back;
-    ASPN2::copyHeader_fromTo(message, back);
-    EXPECT_EQ(back, memory);
 }
 
 TEST(DeviceIds, SystemAndServerStandInTheUpperBytes) {
