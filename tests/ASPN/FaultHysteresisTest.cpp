@@ -126,8 +126,7 @@ TEST(HealthReporter, StormOfEventsNeverWaits_AndItsHistoryIsBounded) {
     auto& reporter = HealthReporter::Instance();
     auto& hysteresis = FaultHysteresis::Instance();
     ASSERT_TRUE(hysteresis.OkInitFaultHysteresis(180, 16, 20));
-    std::vector<std::thread> threads;
-    threads.reserve(4);
+    std::vector<std::jthread> threads;
     for (int t = 0; t < 4; ++t) {
         EXPECT_TRUE(hysteresis.OkInitFaultHysteresis(180, 16, 20));
         threads.emplace_back([&reporter, t] {
@@ -138,9 +137,7 @@ TEST(HealthReporter, StormOfEventsNeverWaits_AndItsHistoryIsBounded) {
             reporter.SendEvent(nullptr, 7, HealthReporter::EVENT_WARNING, "text");
         });
     }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
+    threads.clear();
     const Keys keys = hysteresis.historyKeys();
     EXPECT_EQ(keys.size(), 20U);
     EXPECT_EQ(keys.back(), "7");

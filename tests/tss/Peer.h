@@ -1,7 +1,6 @@
 /** The other process: starts test_tss_peer, gives it orders and reads its answers. */
 #pragma once
 
-#include <csignal>
 #include <stdexcept>
 #include <string>
 
@@ -54,12 +53,6 @@ public:
     /** Whether a line is there to be read. */
     bool answersWithin(std::chrono::milliseconds time) {
         return m_process.waitForLine("", bench::within(time), m_read).has_value();
-    }
-
-    /** Ends it as a crash does. */
-    void kill() {
-        m_process.signal(SIGKILL);
-        m_process.wait(bench::within(patience));
     }
 
 private:

@@ -179,13 +179,11 @@ TEST(WatchdogTimer, StartsCancelsAndPetsOfManyThreadsTakeTheirTurns) {
             }
         }
     };
-    std::vector<std::thread> threads;
+    std::vector<std::jthread> threads;
     for (unsigned seed = 1; seed <= 6; ++seed) {
         threads.emplace_back(work, seed);
     }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
+    threads.clear();
     timer.cancelWatchdog();
     const int expired = expiries;
     EXPECT_EQ(running, 0);
