@@ -4,8 +4,7 @@
 
 #include "aspn2_msgs/EventLogPubSubTypes.h"
 #include "aspn2_msgs/Everything.h"
-#include "aspn2_msgs/GSSIPPubSubTypes.h"
-#include "support/Allocations.h"
+#include "aspn2_msgs/GSSIP.h"
 
 namespace test_idl {
 
@@ -22,7 +21,6 @@ namespace {
 using aspn2_msgs::idl::EventLog;
 using aspn2_msgs::idl::EventLogPubSubType;
 using aspn2_msgs::idl::GSSIP;
-using aspn2_msgs::idl::GSSIPPubSubType;
 using eprosima::fastcdr::Cdr;
 using eprosima::fastcdr::exception::BadParamException;
 using eprosima::fastcdr::exception::NotEnoughMemoryException;
@@ -117,25 +115,6 @@ TYPED_TEST(AnyPosition, GoesThereAndBack) {
     EXPECT_EQ(header::getMaxCdrSerializedSize(4), 48U);
     EXPECT_EQ(header::getKeyMaxCdrSerializedSize(12), 12U);
     EXPECT_FALSE(aspn2_msgs::PubSubType<test_idl::choice>().is_plain());
-}
-
-TEST(TypeSupport, KeptMessageIsReadWithoutAllocation) {
-    GSSIP value;
-    value.data().assign(356, 0x5A);
-    EventLog event;
-    event.eventlog(std::string(200, 'x'));
-    GSSIPPubSubType gssips;
-    EventLogPubSubType events;
-    Payload gssipPayload(1000);
-    Payload eventPayload(1000);
-    const Allocations allocations;
-    for (int i = 0; i < 3; ++i) {
-        ASSERT_TRUE(gssips.serialize(&value, &gssipPayload));
-        ASSERT_TRUE(gssips.deserialize(&gssipPayload, &value));
-        ASSERT_TRUE(events.serialize(&event, &eventPayload));
-        ASSERT_TRUE(events.deserialize(&eventPayload, &event));
-    }
-    EXPECT_EQ(allocations.count(), 0U);
 }
 
 TEST(Message, MovesItsTextsAndComparesAllFields) {
