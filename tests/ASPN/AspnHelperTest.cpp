@@ -69,12 +69,10 @@ TEST(TimeCodes, NanosecondsBecomeAStampAndComeBack) {
         std::int64_t nanoseconds, sec;
         std::int32_t nsec;
     };
-    for (const Case& c : {Case{0, 0, 0},
-                          {999999999, 0, 999999999},
-                          {1000000000, 1, 0},
-                          {-1, 0, -1},
-                          {-1000000001, -1, -1},
-                          {farthest, 9223372036, 854775807}}) {
+    const Case cases[] = {
+        {0, 0, 0},   {999999999, 0, 999999999}, {1000000000, 1, 0},
+        {-1, 0, -1}, {-1000000001, -1, -1},     {farthest, 9223372036, 854775807}};
+    for (const Case& c : cases) {
         idl::header message;
         ASPN2::setToV_fromNSec(std::chrono::nanoseconds(c.nanoseconds), message);
         EXPECT_EQ(stampOf(message.timestamp_valid()), (timestamp{c.sec, c.nsec, 100}));
@@ -110,7 +108,7 @@ TEST(TimeCodes, DifferenceOfValidityIsSignedAndDefinedForAnyStamps) {
     }
 }
 
-TEST(TimeCodes, HeadersCopyBothWays) {
+TEST(TimeCodes, StampsCopyBothWays) {
     const ASPN2::header memory{-1, {2, 3, 4}, {5, 6, 7}, -8};
     idl::header message;
     message.seq_num(10);
@@ -124,11 +122,6 @@ TEST(TimeCodes, HeadersCopyBothWays) {
     ASPN2::header stamps{20, {}, {}, 21};
     ASPN2::setToVandToA_fromTo(message, stamps);
     EXPECT_EQ(stamps, (ASPN2::header{20, {2, 3, 4}, {5, 6, 7}, 21}));
-
-    ASPN2::copyHeader_fromTo(memory, message);
-    ASPN2::header back;
-    ASPN2::copyHeader_fromTo(message, back);
-    EXPECT_EQ(back, memory);
 }
 
 TEST(DeviceIds, SystemAndServerStandInTheUpperBytes) {
@@ -171,15 +164,11 @@ TEST(DeviceIds, NamesOfServersAndComponents) {
         unsigned char server, unit;
         const char* name;
     };
-    for (const Component& c : {Component{53, 0, "Halcyrine"},
-                               {49, 0, "PNT-D"},
-                               {38, 0, "ALTNAV"},
-                               {39, 0, "GPS"},
-                               {47, 0, "KETHSW"},
-                               {46, 0, "INVALID_SERVER_ID"},
-                               {46, 1, "Zarvok"},
-                               {0, 2, "KETH"},
-                               {53, 3, "INVALID_SERVER_ID"}}) {
+    const Component cases[] = {
+        {53, 0, "Halcyrine"}, {49, 0, "PNT-D"},  {38, 0, "ALTNAV"},
+        {39, 0, "GPS"},       {47, 0, "KETHSW"}, {46, 0, "INVALID_SERVER_ID"},
+        {46, 1, "Zarvok"},    {0, 2, "KETH"},    {53, 3, "INVALID_SERVER_ID"}};
+    for (const Component& c : cases) {
         EXPECT_STREQ(ASPN2::Components::to_component(c.server, c.unit), c.name);
     }
 }

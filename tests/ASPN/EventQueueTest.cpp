@@ -72,8 +72,7 @@ TEST(EventQueue, EventsOfManyThreadsArriveOnceAndInTheirOrder) {
     std::vector<std::vector<int>> accepted(threadCount);
     std::vector<std::vector<int>> arrived(threadCount);
     std::atomic<int> busy = threadCount;
-    std::vector<std::thread> threads;
-    threads.reserve(threadCount);
+    std::vector<std::jthread> threads;
     for (std::size_t t = 0; t < threadCount; ++t) {
         threads.emplace_back([&, t] {
             for (int i = 0; i < 2000; ++i) {
@@ -92,9 +91,7 @@ TEST(EventQueue, EventsOfManyThreadsArriveOnceAndInTheirOrder) {
             text.clear();
         }
     }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
+    threads.clear();
     EXPECT_EQ(arrived, accepted);
 }
 

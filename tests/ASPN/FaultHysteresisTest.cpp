@@ -63,23 +63,6 @@ TEST(FaultHysteresis, StampsFaultsAndRecordsWarnings) {
     }
 }
 
-TEST(FaultHysteresis, SettingsAreRefusedWhenNegative_InertWhenZero) {
-    FaultHysteresis hysteresis;
-    ASSERT_TRUE(hysteresis.OkInitFaultHysteresis(180, 16, 1));
-    check(hysteresis, 3, "x", 1, "t");
-    for (const auto& [age, threshold, size] :
-         {std::tuple{-1, 16, 2000}, {180, -1, 2000}, {180, 16, -1}}) {
-        EXPECT_FALSE(hysteresis.OkInitFaultHysteresis(age, threshold, size));
-        check(hysteresis, 3, "x", 2, "t");
-        EXPECT_EQ(hysteresis.historyKeys(), Keys{"x2"});  // still one entry at most
-    }
-    for (const auto& [threshold, size] : {std::pair{0, 2000}, {16, 0}}) {
-        EXPECT_TRUE(hysteresis.OkInitFaultHysteresis(180, threshold, size));
-        EXPECT_EQ(check(hysteresis, 3, "x", 3, "t"), "t");
-        EXPECT_EQ(hysteresis.historyKeys(), Keys{});
-    }
-}
-
 TEST(FaultHysteresis, AnyOrderOfCallsAgreesWithTheModel) {
     std::mt19937 random(testSeed());
     const auto below = [&random](int end) {
@@ -143,8 +126,7 @@ TEST(HealthReporter, StormOfEventsNeverWaits_AndItsHistoryIsBounded) {
     auto& reporter = HealthReporter::Instance();
     auto& hysteresis = FaultHysteresis::Instance();
     ASSERT_TRUE(hysteresis.OkInitFaultHysteresis(180, 16, 20));
-    std::vector<std::thread> threads;
-    threads.reserve(4);
+    std::vector<std::jthread> threads;
     for (int t = 0; t < 4; ++t) {
         EXPECT_TRUE(hysteresis.OkInitFaultHysteresis(180, 16, 20));
         threads.emplace_back([&reporter, t] {
@@ -155,22 +137,11 @@ TEST(HealthReporter, StormOfEventsNeverWaits_AndItsHistoryIsBounded) {
             reporter.SendEvent(nullptr, 7, HealthReporter::EVENT_WARNING, "text");
         });
     }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
+    threads.clear();
     const Keys keys = hysteresis.historyKeys();
     EXPECT_EQ(keys.size(), 20U);
     EXPECT_EQ(keys.back(), "7");
     EXPECT_TRUE(hysteresis.OkInitFaultHysteresis(0, 0, 0));
-}
-
-TEST(HealthReporter, ConfigurationEventsAreKnownByTheirText) {
-    auto& reporter = HealthReporter::Instance();
-    const auto id = reporter.SendConfigEvent("version 1");
-    EXPECT_EQ(reporter.SendConfigEvent("version 1"), id);
-    const auto replaced = reporter.ReplaceConfigEvent("version 2", id);
-    EXPECT_NE(replaced, id);
-    EXPECT_EQ(reporter.ReplaceConfigEvent("version 1", replaced), id);
 }
 
 }  // namespace

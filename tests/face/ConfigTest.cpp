@@ -230,7 +230,7 @@ protected:
     int m_handle = open(m_config, "A");
 };
 
-TEST_F(Helpers, ReadNumbersAndTruthValues) {
+TEST_F(Helpers, ReadNumbersAndTruthValuesAndWriteTheseInCapitals) {
     struct {
         const char* text;
         unsigned long long number;
@@ -254,6 +254,8 @@ TEST_F(Helpers, ReadNumbersAndTruthValues) {
         EXPECT_EQ(text.view(), row.text);
         EXPECT_TRUE(text.is_managed());
         EXPECT_EQ(text.bound(), text.length());
+        helpers::Set_Boolean_Parameter(m_config, m_handle, "Port", row.truth, rc);
+        EXPECT_EQ(read(m_config, m_handle, "Port"), row.truth ? "TRUE" : "FALSE");
         EXPECT_EQ(rc, RC::NO_ACTION);  // as the caller set it
     }
 }
@@ -279,15 +281,6 @@ TEST_F(Helpers, AbsentAndEmptyLookAlikeAndLeaveTheValue) {
         EXPECT_EQ(number, 99U);
         const std::string line = "WARNING - Parameter " + name + " not found\n";
         EXPECT_EQ(console.text(), utilities::concat(line, line, line));
-    }
-}
-
-TEST_F(Helpers, BooleanIsWrittenInCapitals) {
-    for (const bool value : {true, false}) {
-        RC::Value rc = RC::NO_ERROR;
-        helpers::Set_Boolean_Parameter(m_config, m_handle, "Port", value, rc);
-        EXPECT_EQ(rc, RC::NO_ERROR);
-        EXPECT_EQ(read(m_config, m_handle, "Port"), value ? "TRUE" : "FALSE");
     }
 }
 

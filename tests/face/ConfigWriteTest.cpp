@@ -55,16 +55,10 @@ protected:
     long m_expectedFiles = 1;
 };
 
-TEST_F(ConfigWrite, ChangesTheOneValueInTheFile) {
-    ASSERT_EQ(write(m_config, m_handle, "Port", "<9>&"), RC::NO_ERROR);
-    EXPECT_EQ(file(), replaced(GOOD, "0x10", "&lt;9&gt;&amp;"));
-    EXPECT_EQ(read(m_config, m_handle, "Port"), "<9>&");
-}
-
 TEST_F(ConfigWrite, EveryValueComesBackFromTheFile) {
     const int handle = open(m_config, "B");
     for (const char* parameter : {"Port", "Quoted", "Noted"}) {
-        for (const std::string value : {"]]>", "</Port>", "<!--", "&amp;", "\"' x"}) {
+        for (const std::string value : {"]]>", "</Port>", "<!--", "<9>&amp;", "\"' x"}) {
             ASSERT_EQ(write(m_config, handle, parameter, value), RC::NO_ERROR);
             FACE::HC_Config again;
             ASSERT_EQ(initialize(again), RC::NO_ERROR) << file();

@@ -82,20 +82,10 @@ protected:
 TEST_F(HcDevmem, AccessesStayWithinTheBlock) {
     constexpr std::uint32_t wraps = 0xFFFFFFF8;
     using Accesses = std::vector<std::pair<std::uint32_t, std::uint32_t>>;  // offset, width
+    const Accesses outOf16{{13, 32},    {16, 32},       {9, 64}, {16, 8}, {15, 16}, {2, 32},
+                           {wraps, 32}, {wraps + 7, 8}, {0, 24}, {0, 0},  {0, 128}};
     const std::tuple<const char*, Accesses, Accesses> rows[] = {
-        {"16",
-         {{12, 32}, {8, 64}, {15, 8}, {14, 16}},
-         {{13, 32},
-          {16, 32},
-          {9, 64},
-          {16, 8},
-          {15, 16},
-          {2, 32},
-          {wraps, 32},
-          {wraps + 7, 8},
-          {0, 24},
-          {0, 0},
-          {0, 128}}},
+        {"16", {{12, 32}, {8, 64}, {15, 8}, {14, 16}}, outOf16},
         {"3", {{2, 8}, {0, 16}}, {{0, 32}, {wraps, 32}, {wraps + 7, 32}}},
         {"0", {}, {{0, 8}, {wraps + 7, 8}, {wraps, 64}}}};
     for (const auto& [blockSize, taken, refused] : rows) {
@@ -289,8 +279,9 @@ TEST_F(HcDevmem, CloseWaitsForReadersOnOtherThreads) {
             wrong += payload.value == (taken ? 42U : 0U) ? 0 : 1;
         }
     };
-    std::thread first(reader);
-    std::thread second(reader);
+    std::vector<std::jthread> readers;
+    readers.emplace_back(reader);
+    readers.emplace_back(reader);
     for (int i = 0; i < 50; ++i) {
         const int before = reads;
         while (reads == before) {
@@ -300,8 +291,7 @@ TEST_F(HcDevmem, CloseWaitsForReadersOnOtherThreads) {
         EXPECT_EQ(open("Block"), R::NO_ERROR);
     }
     done = true;
-    first.join();
-    second.join();
+    readers.clear();
     EXPECT_EQ(wrong, 0);
 }
 

@@ -70,13 +70,16 @@ protected:
         }
     }
 
+    void putInMemory(std::uint64_t address, std::uint64_t value) const {
+        std::fstream memory(m_unit->device("mem"), std::ios::binary | std::ios::in | std::ios::out);
+        memory.seekp(static_cast<std::streamoff>(address));
+        memory.write(reinterpret_cast<const char*>(&value), sizeof(value));
+    }
+
     /** What InitFpga raises over the blocks, without the place of its origin. */
     std::string failure() {
         for (const auto& [offset, value] : m_registers) {
-            std::fstream memory(m_unit->device("mem"),
-                                std::ios::binary | std::ios::in | std::ios::out);
-            memory.seekp(0x4000 + offset);
-            memory.write(reinterpret_cast<const char*>(&value), sizeof(value));
+            putInMemory(0x4000 + offset, value);
         }
         R::Value rc = R::TIMED_OUT;
         m_device->Set_Reference("", std::make_shared<FACE::HC_Config>(), 0, rc);

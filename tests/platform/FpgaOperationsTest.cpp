@@ -29,10 +29,7 @@ protected:
     /** `place`: block and offset, of which the log makes more. */
     void poke(const std::string& place, std::uint64_t value) const {
         const std::size_t blank = place.find(' ');
-        std::fstream memory(m_unit->device("mem"), std::ios::binary | std::ios::in | std::ios::out);
-        memory.seekp(addressOf(place.substr(0, blank)) +
-                     static_cast<std::uint32_t>(std::stoul(place.substr(blank))));
-        memory.write(reinterpret_cast<const char*>(&value), sizeof(value));
+        putInMemory(addressOf(place.substr(0, blank)) + std::stoul(place.substr(blank)), value);
     }
 
     /** What was done since the last look. */
@@ -210,29 +207,25 @@ TEST_F(FpgaOperations, PhaseIsFoldedOnceIntoThePeriod) {
 }
 
 TEST_F(FpgaOperations, FirmwareIdentifiesItself) {
-    const auto poke32 = [this](std::uint32_t offset, std::uint32_t value) {
-        // Upwards, since each takes the register behind it along.
-        poke("Processor_Interface " + std::to_string(offset), value);
-    };
     const std::uint32_t values[] = {0x41424344, 0x45464748, 0x20240307, 0xFFFF1205,
                                     0x51504E31, 0x51504E32, 0x51504E33, 0x52455631};
+    // Upwards, since each takes the register behind it along.
+    Strings all;
     for (std::uint32_t i = 0; i < 8; ++i) {
-        poke32(4 * i, values[i]);
+        const std::string place = "Processor_Interface " + std::to_string(4 * i);
+        poke(place, values[i]);
+        all.push_back(place + " 32");
     }
     EXPECT_EQ(m_fpga.getFirmwareBuildStamp(), "2024-03-07T12:05:00");
     EXPECT_EQ(done(), (Strings{"Processor_Interface 8 32", "Processor_Interface 12 32"}));
     EXPECT_EQ(m_fpga.getFirmwareConfiguration(),
               "Zarvok FPGA Firmware:, ABCDEFGH,Date YMD:,2024-03-07,Time  HHMM:,12:05,"
               "QPN:,QPN1-QPN2-QPN3Rev:REV1");
-    Strings all;
-    for (std::uint32_t i = 0; i < 8; ++i) {
-        all.push_back("Processor_Interface " + std::to_string(4 * i) + " 32");
-    }
     EXPECT_EQ(done(), all);
     m_device->spoiled = 8;
     EXPECT_EQ(m_fpga.getFirmwareBuildStamp(), "0000-00-00T12:05:00");
     m_device->spoiled = ~0U;
-    poke32(12, 0x1A0F);
+    poke("Processor_Interface 12", 0x1A0F);
     EXPECT_EQ(m_fpga.getFirmwareBuildStamp(), "2024-03-07T110:015:00") << "no decimal digits";
 }
 

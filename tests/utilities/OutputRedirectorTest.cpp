@@ -67,12 +67,23 @@ struct World {
     }
 };
 
-TEST(OutputRedirector, LinesOfBothStreamsArriveWhole) {
+/** What the writer was given, and what standard output and error got, while `print` ran. */
+struct Outcome {
     Pieces pieces;
-    std::string passed;
-    {
-        World world;
-        world.capture();
+    std::string out, err;
+};
+
+template <typename Print>
+Outcome redirected(const COutputRedirector::Writer& writer, Print print) {
+    World world;
+    writer == nullptr ? world.capture() : world.redirector.redirect(writer);
+    print(world.redirector);
+    world.redirector.reset();
+    return {world.pieces, world.out.text(), world.err.text()};
+}
+
+TEST(OutputRedirector, LinesOfBothStreamsArriveWhole) {
+    const auto [pieces, out, err] = redirected(nullptr, [](COutputRedirector& redirector) {
         std::puts("first");
         std::fputs("SOAP 1.2 ", stderr);
         std::fprintf(stdout, "fault %s", "SOAP-ENV:Sender");
@@ -80,35 +91,28 @@ TEST(OutputRedirector, LinesOfBothStreamsArriveWhole) {
         std::fputs("pushed out", stdout);
         std::fflush(stdout);
         std::fputs("left over", stderr);
-        world.redirector.reset();
-        world.redirector.reset();
+        redirector.reset();
         std::fputs("afterwards", stdout);
-        pieces = world.pieces;
-        passed = world.out.text() + "|" + world.err.text();
-    }
+    });
     EXPECT_EQ(pieces,
               (Pieces{"first\n", "SOAP 1.2 fault SOAP-ENV:Sender\n", "pushed out", "left over"}));
-    EXPECT_EQ(passed, "afterwards|");
+    EXPECT_EQ(out + "|" + err, "afterwards|");
 }
 
 TEST(OutputRedirector, WriterDecidesWhatIsSwallowed) {
-    std::string passed;
-    {
-        World world;
-        world.redirector.redirect([](const char* text, unsigned size) {
-            const std::string piece(text);  // ends behind `size`
-            if (piece.size() != size || piece == "throw\n") {
-                throw std::runtime_error(piece);
-            }
-            return piece == "none\n" ? 0 : piece == "minus\n" ? INT_MIN : INT_MAX;
-        });
+    const auto writer = [](const char* text, unsigned size) {
+        const std::string piece(text);  // ends behind `size`
+        if (piece.size() != size || piece == "throw\n") {
+            throw std::runtime_error(piece);
+        }
+        return piece == "none\n" ? 0 : piece == "minus\n" ? INT_MIN : INT_MAX;
+    };
+    const Outcome outcome = redirected(writer, [](auto&) {
         for (const char* line : {"all", "none", "throw", "minus", "none", "all", "none"}) {
             std::puts(line);
         }
-        world.redirector.reset();
-        passed = world.out.text();
-    }
-    EXPECT_EQ(passed, "none\nnone\nnone\n");
+    });
+    EXPECT_EQ(outcome.out, "none\nnone\nnone\n");
 }
 
 TEST(OutputRedirector, OneRedirectionAtATime) {
@@ -141,37 +145,31 @@ TEST(OutputRedirector, OneRedirectionAtATime) {
 }
 
 TEST(OutputRedirector, PrintsOfTheWriterReachTheSavedStreamOnce) {
-    std::string passed;
-    {
-        World world;
-        world.redirector.redirect([](const char* text, unsigned size) {
-            std::printf("[%s", text);
-            std::puts("line");
-            std::fflush(stdout);
-            std::fputs("rest]", stdout);
-            return text[0] == 'a' ? 0 : static_cast<int>(size);
-        });
+    const auto writer = [](const char* text, unsigned size) {
+        std::printf("[%s", text);
+        std::puts("line");
+        std::fflush(stdout);
+        std::fputs("rest]", stdout);
+        return text[0] == 'a' ? 0 : static_cast<int>(size);
+    };
+    const Outcome outcome = redirected(writer, [](auto&) {
         std::fputs("a1\nb", stdout);
         std::fputs("c\nd", stdout);
-        world.redirector.reset();
-        passed = world.out.text();
-    }
-    EXPECT_EQ(passed, "[a1\nline\nrest]a1\n[bc\nline\nrest][dline\nrest]");
+    });
+    EXPECT_EQ(outcome.out, "[a1\nline\nrest]a1\n[bc\nline\nrest][dline\nrest]");
 }
 
 TEST(OutputRedirector, PrintsOfTheWriterStayTogetherAmongThreads) {
     constexpr int threadCount = 4;
     constexpr int lineCount = 500;
-    std::string passed;
-    {
-        World world;
-        world.redirector.redirect([](const char* text, unsigned size) {
-            std::fputs("<", stdout);
-            std::fprintf(stderr, "%.*s", static_cast<int>(size) - 1, text);
-            std::puts(">");
-            return static_cast<int>(size);
-        });
-        std::vector<std::thread> threads;
+    const auto writer = [](const char* text, unsigned size) {
+        std::fputs("<", stdout);
+        std::fprintf(stderr, "%.*s", static_cast<int>(size) - 1, text);
+        std::puts(">");
+        return static_cast<int>(size);
+    };
+    const Outcome outcome = redirected(writer, [](auto&) {
+        std::vector<std::jthread> threads;
         for (int t = 0; t < threadCount; ++t) {
             threads.emplace_back([] {
                 for (int i = 0; i < lineCount; ++i) {
@@ -179,17 +177,12 @@ TEST(OutputRedirector, PrintsOfTheWriterStayTogetherAmongThreads) {
                 }
             });
         }
-        for (std::thread& thread : threads) {
-            thread.join();
-        }
-        world.redirector.reset();
-        passed = world.out.text();
-    }
+    });
     std::string expected;
     for (int i = 0; i < threadCount * lineCount; ++i) {
         expected += "<line>\n";
     }
-    EXPECT_TRUE(passed == expected);
+    EXPECT_TRUE(outcome.out == expected);
 }
 
 TEST(OutputRedirector, MegabyteWithoutALineEndArrivesWhole) {
@@ -197,31 +190,21 @@ TEST(OutputRedirector, MegabyteWithoutALineEndArrivesWhole) {
     for (unsigned i = 0; i < 1U << 20U; ++i) {
         text += static_cast<char>('a' + std::size_t{i} * i % 23);
     }
-    Pieces pieces;
-    {
-        World world;
-        world.capture();
+    const auto [pieces, out, err] = redirected(nullptr, [&](auto&) {
         std::fputs(text.c_str(), stdout);
         for (const char c : text) {
             std::putchar(c);
         }
-        world.redirector.reset();
-        pieces = world.pieces;
-    }
+    });
     EXPECT_TRUE(std::accumulate(pieces.begin(), pieces.end(), std::string()) == text + text);
 }
 
 TEST(OutputRedirector, LinesOfManyThreadsNeitherMixNorGetLost_NotEvenDuringReset) {
     constexpr int threadCount = 6;
     constexpr int lineCount = 3000;
-    Pieces pieces;
-    std::string passed;
-    {
-        World world;
-        world.capture();
+    const auto [pieces, passed, err] = redirected(nullptr, [](COutputRedirector& redirector) {
         std::atomic<int> printed = 0;
-        std::vector<std::thread> threads;
-        threads.reserve(threadCount);
+        std::vector<std::jthread> threads;
         for (int t = 0; t < threadCount; ++t) {
             threads.emplace_back([t, &printed] {
                 for (int i = 0; i < lineCount; ++i, ++printed) {
@@ -232,13 +215,8 @@ TEST(OutputRedirector, LinesOfManyThreadsNeitherMixNorGetLost_NotEvenDuringReset
         while (printed < threadCount * lineCount / 3) {
             std::this_thread::yield();
         }
-        world.redirector.reset();
-        for (std::thread& thread : threads) {
-            thread.join();
-        }
-        pieces = world.pieces;
-        passed = world.out.text();
-    }
+        redirector.reset();
+    });
     EXPECT_GE(pieces.size(), threadCount * lineCount / 3U);
     std::istringstream lines(std::accumulate(pieces.begin(), pieces.end(), std::string()) + passed);
     std::vector<int> next(threadCount);

@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include "utilities/Console.h"
-
 namespace {
 
 using Texts = std::vector<std::string>;
@@ -88,13 +86,6 @@ TEST(StringUtils, SplitReadsTokensAsLines_AndJoinPutsThemTogether) {
         EXPECT_EQ(StringUtils::split(c.text, ','), c.tokens) << c.text;
         EXPECT_EQ(StringUtils::join(c.tokens, ','), c.joined) << c.text;
     }
-}
-
-TEST(Console, BaseNameIsWhatFollowsTheLastSlashOfEitherKind) {
-    EXPECT_EQ(utilities::baseName("src/a/b.cpp"), "b.cpp");
-    EXPECT_EQ(utilities::baseName("c:\\d\\x"), "x");
-    EXPECT_EQ(utilities::baseName("x"), "x");
-    EXPECT_EQ(utilities::baseName("x/"), "");
 }
 
 }  // namespace
