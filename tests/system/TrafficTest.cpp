@@ -26,12 +26,34 @@ TEST_F(Traffic, EachKindOfReportReachesTheBus) {
     EXPECT_EQ(data["statusWordC"], 500);
     EXPECT_EQ(data["precisionTotal"], 5.0);
     EXPECT_EQ(data["dateTime"]["year"], 2026);
+    EXPECT_EQ(data["positionQuality"], 3);
+    EXPECT_EQ(data["positionValid"], 1);
+    EXPECT_DOUBLE_EQ(data["magneticVariation"].get<double>(), 28.64788975654116);
+    EXPECT_EQ(data["dateTime"]["day"], 22);
     EXPECT_EQ(data["channels"].size(), 24U);
     EXPECT_FALSE(data.contains("reservedA"));
     EXPECT_FALSE(data["channels"][0].contains("stateClass")) << "absent, not 0";
     EXPECT_EQ((*health)["data"]["svs"][0]["svNumber"], 12);
     EXPECT_DOUBLE_EQ((*places)["data"]["svs"][0]["azimuth"].get<double>(), 3.141592653589793);
     EXPECT_FALSE((*places)["data"].contains("dateTime"));
+}
+
+TEST_F(Traffic, EachWarningReachesTheBusOnce) {
+    send(message(5044, 21, 1).u16(8, 5));
+    send(message(5044, 21, 1).u16(8, 80).text(10, "BATTERY LOW", 32));
+    std::vector<nlohmann::json> warnings;
+    for (int i = 0; i < 3; ++i) {
+        const auto status = bus().next("GPS_RECEIVER_STATUS_2", bench::within(patience));
+        ASSERT_TRUE(status);
+        for (const auto& warning : (*status)["data"]["warnings"]) {
+            warnings.push_back(warning);
+        }
+    }
+    ASSERT_EQ(warnings.size(), 2U);
+    EXPECT_EQ(warnings[0]["messageId"], 4);
+    EXPECT_FALSE(warnings[0].contains("customText"));
+    EXPECT_EQ(warnings[1]["messageId"], 62);
+    EXPECT_EQ(warnings[1]["customText"], "BATTERY LOW");
 }
 
 TEST_F(Traffic, OnlyTheConfiguredSourceCounts) {

@@ -15,9 +15,10 @@ class Zeroize : public SiblingUnit {
 protected:
     using Warnings = std::vector<std::pair<int, std::string>>;
 
-    Zeroize() {
-        root.setParameter(bench::serverFile, server1, "PARAM_5", "1");
-        root.setParameter(bench::serverFile, server1, "PARAM_4", "1");
+    Zeroize() { setTimeouts("1", "1"); }
+    void setTimeouts(const char* request, const char* inProgress) {
+        root.setParameter(bench::serverFile, server1, "PARAM_5", request);
+        root.setParameter(bench::serverFile, server1, "PARAM_4", inProgress);
     }
 
     std::optional<nlohmann::json> ask() {
@@ -92,8 +93,35 @@ TEST_F(Zeroize, EndsAsTheSiblingsAnswer) {
                       "in-progress"));
 }
 
+TEST_F(Zeroize, ASecondRequestLeavesTheFirstAlone) {
+    setTimeouts("1", "10");
+    startAndJoin();
+    siblings->answer("pass 0 2500");
+    EXPECT_EQ(zeroize(), 0);
+    EXPECT_EQ(zeroize(), 1);
+    EXPECT_THAT(nextWarnings(),
+                ElementsAre(Pair(failed,
+                                 "VGpsReceiverServer: TYRN_CV_ZEROIZE ignored due to clear "
+                                 "command, TYRN_CV_ZEROIZE, already started: Clear data "
+                                 "in-progress")));
+    EXPECT_THAT(nextWarnings(),
+                ElementsAre(Pair(passed, server1 + result + "TYRN_CV_ZEROIZE_PASS")));
+    EXPECT_TRUE(heardOnce(sent, ": TYRN_CV_ZEROIZE"));
+}
+
+TEST_F(Zeroize, ADeadSiblingEndsInTheTimeOut) {
+    startAndJoin();
+    siblings->answer("pass 0 5000");
+    EXPECT_EQ(zeroize(), 0);
+    siblings->process().signal(SIGKILL);
+    EXPECT_THAT(nextWarnings(), ElementsAre(Pair(failed,
+                                                 "VGpsReceiverServer: Clear data command,  "
+                                                 "TYRN_CV_ZEROIZE, timed out after 1 seconds.")));
+    EXPECT_EQ(zeroize(), 1) << "nobody answers any more, and the server goes on";
+}
+
 TEST_F(Zeroize, ASignalDuringTheWaitEndsTheServerInOrder) {
-    root.setParameter(bench::serverFile, server1, "PARAM_5", "2");
+    setTimeouts("2", "1");
     startAndJoin();
     siblings->answer("silence");
     bus();
