@@ -20,7 +20,7 @@
 #include <vector>
 
 #include "aspn2_msgs/CommandResponsePubSubTypes.h"
-#include "bench/FreshDomain.h"
+#include "bench/siblings/Catalogue.h"
 #include "face/HC_Config.h"
 #include "support/Eventually.h"
 #include "tss/HC_TypedTS.h"
@@ -40,9 +40,10 @@ using Typed = TSS::Details::HC_TypedTS<T>;
 /** Parameters by name; one with an empty value is left out. */
 using Parameters = std::map<std::string, std::string>;
 
-/** So that runs side by side don't meet. */
+/** A domain of this run and this moment, so that runs side by side don't meet. */
 inline std::string freshDomain() {
-    return std::to_string(bench::freshDomain());
+    static unsigned count = 0;
+    return std::to_string((static_cast<unsigned>(::getpid()) * 13U + count++) % 200U + 1U);
 }
 
 inline CommandResponse command(const std::string& text) {
@@ -183,6 +184,13 @@ public:
               {"Unsupported", command, ""},
               {"Misnamed", "aspn2_msgs::idl::GSSIP", "CommandResponsePubSubType"}}) {
             file << container(connection, {{"TopicType", type}, {"PubSubType", support}});
+        }
+        for (const bench::MessageType& each : bench::catalogue()) {
+            const std::string type(each.name);
+            for (const char* way : {"_out", "_back"}) {
+                file << container(type + way, {{"TopicType", "aspn2_msgs::idl::" + type},
+                                               {"PubSubType", type + "PubSubType"}});
+            }
         }
         file << "</HC_Configurations>";
     }

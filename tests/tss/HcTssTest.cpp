@@ -208,24 +208,29 @@ TEST(Transport, SendersAndCallbacks_AnswerByTheTable) {
 
 TEST(Transport, WriterOrReaderThatCannotBeMade_ClosesTheConnection) {
     const std::string participant = "Participant tester ";
-    const std::string otherType =
-        "topic EventLog is of type aspn2_msgs::idl::EventLog, not of "
-        "aspn2_msgs::idl::CommandResponse\n";
-    const auto invalid = [](const std::string& end) {
-        return "invalid " + end + " QOS for topic: Command; see error log\n";
-    };
     struct {
         Parameters parameters;
         const char* connection;
         std::string writer, reader;
     } const table[]{
-        {{{"HistoryDepth", "0"}}, "Command", invalid("publisher"), invalid("subscriber")},
-        {{{"HistoryDepth", "2147483648"}}, "Command", invalid("publisher"), invalid("subscriber")},
+        {{{"HistoryDepth", "0"}},
+         "Command",
+         "invalid publisher QOS for topic: Command; see error log\n",
+         "invalid subscriber QOS for topic: Command; see error log\n"},
+        {{{"HistoryDepth", "2147483648"}},
+         "Command",
+         "invalid publisher QOS for topic: Command; see error log\n",
+         "invalid subscriber QOS for topic: Command; see error log\n"},
         {{},
          "Misnamed",
          "error creating publisher for topic: Misnamed\n",
          "error creating subscriber for topic: Misnamed\n"},
-        {{}, "EventLog", otherType, otherType},
+        {{},
+         "EventLog",
+         "topic EventLog is of type aspn2_msgs::idl::EventLog, not of "
+         "aspn2_msgs::idl::CommandResponse\n",
+         "topic EventLog is of type aspn2_msgs::idl::EventLog, not of "
+         "aspn2_msgs::idl::CommandResponse\n"},
     };
     for (const auto& row : table) {
         Server server(row.parameters);
@@ -248,9 +253,20 @@ TEST(Transport, ReceivingIsByCallbackOnly) {
     TSS::HEADER_TYPE header;
     Sequence<TSS::QoS_Element> qos;
     Code rc{};
-    EXPECT_THAT([&] { typed.Receive_Message(0, -1, transaction, message, header, qos, rc); },
-                ::testing::ThrowsMessage<std::runtime_error>(
-                    "HC_TypedTS::Receive_Message() is not supported."));
+    try {
+        typed.Receive_Message(0, -1, transaction, message, header, qos, rc);
+        FAIL();
+    } catch (const std::runtime_error& error) {
+        EXPECT_STREQ(error.what(), "HC_TypedTS::Receive_Message() is not supported.");
+    }
+}
+
+TEST(Listeners, GuidToUid_ReadsTheEntityIdAlone) {
+    eprosima::fastrtps::rtps::GUID_t guid;
+    std::fill_n(guid.guidPrefix.value, 12, static_cast<unsigned char>(0xEE));
+    const std::array<unsigned char, 4> id{0x81, 0x02, 0x03, 0x84};
+    std::copy(id.begin(), id.end(), guid.entityId.value);
+    EXPECT_EQ(TSS::Listeners::GuidToUid(guid), 0x81020384U);
 }
 
 /** Name and kinds of the elements that a policy of the kinds 0 to 4 and 255 becomes. */

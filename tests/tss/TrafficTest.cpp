@@ -224,6 +224,60 @@ TEST(Traffic, TextsOfAnyLengthTravel) {
     EXPECT_EQ(link.inbox.texts(texts.size()), texts);
 }
 
+TEST(Traffic, TenThousandCommandsInASecond_ComeInOrder) {
+    Link link;
+    link.listen();
+    constexpr int count = 10000;
+    link.peer->ask(order(count, 10000, payloadOf(command("INIT_HOTSTART"))));
+    link.peer->ask(order(1, 0, payloadOf(command("last"))));
+    // What a slow machine loses lies before the last one: the history keeps the newest.
+    EXPECT_GT(link.inbox.upTo("last").size(), 100U);
+    long long last = 0;
+    for (const Arrival& arrival : link.inbox.wait(0)) {
+        ASSERT_GT(arrival.transaction, last);
+        last = arrival.transaction;
+    }
+    EXPECT_EQ(last, count + 1);
+}
+
+TEST(Traffic, TwoServersOfOneDomain_HearEachOtherAndThemselves) {
+    const std::string domain = freshDomain();
+    std::array<Inbox, 2> inboxes;
+    Server one(Parameters{{"DomainId", domain}}, "one");
+    Server two(Parameters{{"DomainId", domain}}, "two");
+    for (std::size_t i = 0; i < 2; ++i) {
+        Server& server = i == 0 ? one : two;
+        ASSERT_EQ(server.start(), NO_ERROR);
+        ASSERT_EQ(server.connect("Command"), 0);
+        ASSERT_EQ(server.sender(0), NO_ERROR);
+        ASSERT_EQ(server.receive(0, inboxes[i].callback()), NO_ERROR);
+    }
+    ASSERT_TRUE(one.matched(0, 2, 2));
+    ASSERT_TRUE(two.matched(0, 2, 2));
+    EXPECT_EQ(one.send(0, "from one"), NO_ERROR);
+    EXPECT_EQ(two.send(0, "from two"), NO_ERROR);
+    for (Inbox& inbox : inboxes) {
+        EXPECT_THAT(inbox.texts(2), ::testing::UnorderedElementsAre("from one", "from two"));
+    }
+}
+
+TEST(Traffic, WhatAKilledServerLeaves_DoesNotHinderTheNext) {
+    const std::string domain = freshDomain();
+    for (int round = 0; round < 3; ++round) {
+        Inbox inbox;
+        Server server(Parameters{{"DomainId", domain}});
+        ASSERT_EQ(server.start(), NO_ERROR);
+        ASSERT_EQ(server.connect("Command"), 0);
+        ASSERT_EQ(server.receive(0, inbox.callback()), NO_ERROR);
+        Peer peer(domain, "SHM");
+        peer.ask("writer Command");
+        peer.ask("matched 1");
+        peer.tell(order(1000000, 0, payloadOf(command("x"))));
+        EXPECT_GE(inbox.wait(10).size(), 10U) << "round " << round;
+        peer.kill();
+    }
+}
+
 TEST(Unregister, WaitsForTheCallbackUnderWay_AndNoneFollows) {
     std::latch entered(1);
     std::latch leave(1);
@@ -320,7 +374,7 @@ TEST(Unregister, OfASender_WaitsForSendsUnderWay) {
     ASSERT_EQ(server.connect("Command"), 0);
     std::atomic<bool> stop{false};
     std::atomic<int> sent{0};
-    std::vector<std::jthread> senders;
+    std::vector<std::thread> senders;
     for (int i = 0; i < 2; ++i) {
         senders.emplace_back([&] {
             while (!stop) {
@@ -338,6 +392,9 @@ TEST(Unregister, OfASender_WaitsForSendsUnderWay) {
         EXPECT_EQ(server.endSender(0), NO_ERROR);
     }
     stop = true;
+    for (std::thread& sender : senders) {
+        sender.join();
+    }
 }
 
 TEST(Callback, ThatSendsOnItsOwnConnection_IsCalledAgainFromWithin) {

@@ -7,6 +7,7 @@
  *      writer <topic>               makes the writer; "writer <entity id>"
  *      reader <topic> <0|1>         makes the reader, 1: back-filled; "got <payload>" for each
  *      echo <topic> <topic>         sends what comes on the first back on the second
+ *      mirror <topic> <topic> <T>   the same for another type, back-filled
  *      matched <n>                  waits until the writer has n readers, no more; "matched"
  *      write <n> <per second> <payload>   0: as fast as it goes; "written"
  *
@@ -29,6 +30,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdlib>
+#include <deque>
 #include <iostream>
 #include <memory>
 #include <sstream>
@@ -47,8 +49,8 @@ constexpr const char* command = "aspn2_msgs::idl::CommandResponse";
 /** Payloads as they are, under the name of a real message. */
 class Raw : public eprosima::fastdds::dds::TopicDataType {
 public:
-    Raw() {
-        setName(command);
+    explicit Raw(const char* name) {
+        setName(name);
         m_typeSize = 512;
         m_isGetKeyDefined = false;
     }
@@ -154,6 +156,16 @@ public:
             makeWriter(rest);
             makeReader(topic, false, &m_echo);
             say("echo");
+        } else if (verb == "mirror") {
+            std::string type;
+            order >> topic >> rest >> type;
+            Mirror& mirror = m_mirrors.emplace_back(type.c_str());
+            if (type != command) {
+                Domain::registerType(m_participant, &mirror.type);
+            }
+            makeWriter(rest, type, mirror.writer);
+            makeReader(topic, true, &mirror.reader, type);
+            say("mirror");
         } else if (verb == "matched") {
             int wanted = 0;
             order >> wanted;
@@ -195,24 +207,27 @@ private:
     }
 
     template <typename Attributes>
-    static void describe(Attributes& attributes, const std::string& topic) {
+    static void describe(Attributes& attributes, const std::string& topic,
+                         const std::string& type) {
         attributes.topic.topicName = topic;
-        attributes.topic.topicDataType = command;
+        attributes.topic.topicDataType = type;
         attributes.topic.historyQos.depth = 16;
         attributes.qos.m_reliability.kind = RELIABLE_RELIABILITY_QOS;
         attributes.historyMemoryPolicy = rtps::PREALLOCATED_WITH_REALLOC_MEMORY_MODE;
     }
 
-    void makeWriter(const std::string& topic) {
+    void makeWriter(const std::string& topic) { makeWriter(topic, command, m_writer); }
+    void makeWriter(const std::string& topic, const std::string& type, Writer& writer) {
         PublisherAttributes attributes;
-        describe(attributes, topic);
+        describe(attributes, topic, type);
         attributes.qos.m_durability.kind = TRANSIENT_LOCAL_DURABILITY_QOS;
-        m_writer.publisher = Domain::createPublisher(m_participant, attributes, &m_writer);
+        writer.publisher = Domain::createPublisher(m_participant, attributes, &writer);
     }
 
-    void makeReader(const std::string& topic, bool backFilled, Reader* listener) {
+    void makeReader(const std::string& topic, bool backFilled, Reader* listener,
+                    const std::string& type = command) {
         SubscriberAttributes attributes;
-        describe(attributes, topic);
+        describe(attributes, topic, type);
         attributes.qos.m_durability.kind =
             backFilled ? TRANSIENT_LOCAL_DURABILITY_QOS : VOLATILE_DURABILITY_QOS;
         Domain::createSubscriber(m_participant, attributes, listener);
@@ -229,11 +244,20 @@ private:
         }
     }
 
+    /** What comes on one topic goes out on another. */
+    struct Mirror {
+        explicit Mirror(const char* name) : type(name) {}
+        Raw type;
+        Writer writer;
+        Reader reader{&writer};
+    };
+
     ParticipantAttributes m_attributes;
-    Raw m_type;
+    Raw m_type{command};
     Writer m_writer;
     Reader m_reader{nullptr};
     Reader m_echo{&m_writer};
+    std::deque<Mirror> m_mirrors;
     Participant* m_participant = nullptr;
 };
 
