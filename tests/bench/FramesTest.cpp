@@ -136,7 +136,7 @@ TEST(Scenario, TellsItsStory) {
     EXPECT_FALSE(scenarioAt(2).date.has_value());
     EXPECT_EQ(scenarioAt(19).date, 2024y / February / 28);
     EXPECT_EQ(scenarioAt(20).date, 2024y / February / 29);
-    for (const std::size_t lost : {5, 30, 39, 95}) {
+    for (const std::size_t lost : {5U, 30U, 39U, 95U}) {
         EXPECT_FALSE(scenarioAt(lost).positionValid);
         EXPECT_TRUE(scenarioAt((lost / 10 + 1) * 10).positionValid);
     }

@@ -35,8 +35,8 @@ TEST(Receiver, PlaysItsSourceInOrderAndTakesCommands) {
             return std::optional<ReceiverState>();
         },
         20ms);
-    for (const unsigned id :
-         {5040, 8504, 8040, 5047, 5048, 5042, 5040, 8504, 8040, 5047, 5048, 5042, 5044}) {
+    for (const unsigned id : {5040U, 8504U, 8040U, 5047U, 5048U, 5042U, 5040U, 8504U, 8040U, 5047U,
+                              5048U, 5042U, 5044U}) {
         const auto message = server.receive(Channel::TyrHc, within(10s));
         ASSERT_TRUE(message);
         EXPECT_EQ(message->data()[2] + 256U * message->data()[3], id);
