@@ -248,7 +248,7 @@ void measureLatency(const char* where, int writer, int reader, std::chrono::micr
     g_shared.bytes = 0;
     const FarServer server(around, barePath, reader);
     pinTo(writer);
-    constexpr int rounds = 2000;
+    constexpr int rounds = 5000;
     std::mt19937 random(1);
     std::uniform_int_distribution<int> pauses(500, 4500);
     std::vector<double> ours;

@@ -20,7 +20,8 @@
  *  `base` stands for a position whose alignment is 8.
  *
  *  `write` and `read` join a structure to a Cdr. All fixed fields at the head of a message, for
- *  most of them the whole message, cross in one call on the Cdr instead of one for each field.
+ *  most of them the whole message, cross in one call on the Cdr instead of one for each field. From
+ *  a payload `read` needs no Cdr: its bytes are all there.
  */
 #pragma once
 
@@ -109,15 +110,76 @@ constexpr Bits ordered(Bits bits) {
 template <class T>
 struct Rule;
 
-/** Steps through a Cdr behind the head of a message. Each step is checked against the bytes that
- *  remain before anything is read or allocated, provided that the Cdr lies on memory of fixed size,
- *  as a payload is.
+/** What an Input steps through. `take` gives the next bytes, `require` only looks whether they are
+ *  there; both throw NotEnoughMemoryException where they aren't, before anything is read. This one
+ *  is a Cdr, provided that it lies on memory of fixed size, as a payload is.
  */
-class Input {
+class CdrSource {
 public:
-    /** `at`: the Cdr's position modulo 8, counted from where alignment counts. At least 8 bytes of
-     *  the buffer lie in front of it. */
-    Input(Cdr& cdr, std::size_t at) : m_cdr(cdr), m_at(at % 8) {}
+    explicit CdrSource(Cdr& cdr) : m_cdr(cdr) {}
+
+    const char* take(std::size_t size) {
+        if (!m_cdr.jump(size)) {
+            throwNotEnoughMemory();
+        }
+        return m_cdr.getCurrentPosition() - size;
+    }
+    void require(std::size_t size) {
+        Cdr::state here(m_cdr);
+        take(size);
+        m_cdr.setState(here);
+    }
+
+    /** Runs `step`; when it throws, the Cdr stands again where it began, and the exception goes on
+     *  to whoever reads from the Cdr. The Input is done then. */
+    template <class Step>
+    void rewinding(Step step) {
+        Cdr::state here(m_cdr);
+        try {
+            step();
+        } catch (...) {
+            m_cdr.setState(here);
+            throw;
+        }
+    }
+
+private:
+    Cdr& m_cdr;
+};
+
+/** Bytes of which nobody reads on when a message in them fails. */
+class MemorySource {
+public:
+    MemorySource(const char* bytes, std::size_t size) : m_here(bytes), m_left(size) {}
+
+    const char* take(std::size_t size) {
+        require(size);
+        m_left -= size;
+        return std::exchange(m_here, m_here + size);
+    }
+    void require(std::size_t size) const {
+        if (size > m_left) {
+            throwNotEnoughMemory();
+        }
+    }
+    template <class Step>
+    void rewinding(Step step) {
+        step();
+    }
+
+private:
+    const char* m_here;
+    std::size_t m_left;
+};
+
+/** Steps through a source by the rules of alignment. Each step is checked against the bytes that
+ *  remain before anything is read or allocated.
+ */
+template <class Source>
+class Input : public Source {
+public:
+    /** `at`: the source's position modulo 8, counted from where alignment counts. */
+    Input(Source source, std::size_t at) : Source(source), m_at(at % 8) {}
 
     template <Order order, class T>
     void read(T& value) {
@@ -142,38 +204,13 @@ public:
         return take(padding + size) + padding;
     }
 
-    /** Refuses unless `size` bytes remain; moves nothing. */
-    void require(std::size_t size) {
-        Cdr::state here(m_cdr);
-        if (!m_cdr.jump(size)) {
-            throwNotEnoughMemory();
-        }
-        m_cdr.setState(here);
-    }
-
-    /** Runs `step`; when it throws, the Cdr stands again where it began, and the exception goes on
-     *  to whoever reads from the Cdr. This object is done then. */
-    template <class Step>
-    void rewinding(Step step) {
-        Cdr::state here(m_cdr);
-        try {
-            step();
-        } catch (...) {
-            m_cdr.setState(here);
-            throw;
-        }
-    }
-
 private:
     const char* take(std::size_t size) {
-        if (!m_cdr.jump(size)) {
-            throwNotEnoughMemory();
-        }
+        const char* const bytes = Source::take(size);
         m_at = (m_at + size) % 8;
-        return m_cdr.getCurrentPosition() - size;
+        return bytes;
     }
 
-    Cdr& m_cdr;
     std::size_t m_at;
 };
 
@@ -290,10 +327,10 @@ struct Rule<std::string> {
 
     /** Tolerates what other writers send: a length of 0 is an empty string, a last character other
      *  than NUL belongs to the text, and so does a NUL in front of it. */
-    template <Order order>
-    static void read(Input& in, std::string& value) {
+    template <Order order, class Source>
+    static void read(Input<Source>& in, std::string& value) {
         in.rewinding([&] {
-            const Count size = in.readCount<order>();
+            const Count size = in.template readCount<order>();
             const char* text = in.takeAligned(size, 1);
             const bool terminated = size > 0 && text[size - 1] == '\0';
             value.assign(text, terminated ? size - 1 : size);
@@ -349,14 +386,14 @@ struct Rule<std::vector<E>> {
         }
     }
 
-    template <Order order>
-    static void read(Input& in, std::vector<E>& value) {
-        in.rewinding([&] { readElements<order>(in, in.readCount<order>(), value); });
+    template <Order order, class Source>
+    static void read(Input<Source>& in, std::vector<E>& value) {
+        in.rewinding([&] { readElements<order>(in, in.template readCount<order>(), value); });
     }
 
 private:
-    template <Order order>
-    static void readElements(Input& in, Count count, std::vector<E>& value) {
+    template <Order order, class Source>
+    static void readElements(Input<Source>& in, Count count, std::vector<E>& value) {
         if (count == 0) {
             value.clear();
         } else if constexpr (isBlock<E, order> && sizeof(E) == 1) {
@@ -370,7 +407,7 @@ private:
             in.require(count * Rule<E>::minSize);
             value.resize(count);
             for (E& element : value) {
-                in.read<order>(element);
+                in.template read<order>(element);
             }
         }
     }
@@ -459,10 +496,10 @@ public:
         return at;
     }
 
-    template <Order order, std::size_t from = 0>
-    static void read(Input& in, T& value) {
+    template <Order order, std::size_t from = 0, class Source>
+    static void read(Input<Source>& in, T& value) {
         const auto fields = value.cdrFields();
-        eachIndex<from, count>([&](auto i) { in.read<order>(std::get<i>(fields)); });
+        eachIndex<from, count>([&](auto i) { in.template read<order>(std::get<i>(fields)); });
     }
 };
 
@@ -586,9 +623,20 @@ template <Order order, Structure T>
 void read(Cdr& cdr, T& value) {
     const std::size_t at = Head<T>::template read<order>(cdr, value);
     if constexpr (!Head<T>::isAll) {
-        Input in(cdr, at);
+        Input in(CdrSource(cdr), at);
         Rule<T>::template read<order, Rule<T>::head>(in, value);
     }
+}
+
+/** Reads `value` from the `size` bytes behind an encapsulation header: all fixed fields at its head
+ *  at once. Throws as the other `read`, and leaves as much of `value`. */
+template <Order order, Structure T>
+void read(const char* bytes, std::size_t size, T& value) {
+    using R = Rule<T>;
+    constexpr std::size_t end = R::template maxEndOf<0, R::head>(0);
+    Input in(MemorySource(bytes, size), 0);
+    R::template load<order, 0, R::head>(in.takeAligned(end, 1), 0, value);
+    R::template read<order, R::head>(in, value);
 }
 
 /** Writes `value` in the Cdr's byte order. Throws NotEnoughMemoryException. */

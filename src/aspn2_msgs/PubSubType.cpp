@@ -1,14 +1,19 @@
 #include "aspn2_msgs/PubSubType.h"
 
+#include <bit>
+
 namespace aspn2_msgs {
 namespace {
 
 using eprosima::fastcdr::Cdr;
 using eprosima::fastcdr::FastBuffer;
 
-std::uint16_t encapsulationOf(const Cdr& cdr) {
-    return cdr.endianness() == Cdr::BIG_ENDIANNESS ? CDR_BE : CDR_LE;
-}
+constexpr std::uint16_t hostEncapsulation =
+    std::endian::native == std::endian::little ? CDR_LE : CDR_BE;
+
+/** The encapsulation header's second byte, behind a 0: CDR and parameter list, which are one to a
+ *  type without parameters, in both byte orders. */
+constexpr std::uint8_t lastEncapsulation = 3;
 
 }  // namespace
 
@@ -22,7 +27,7 @@ AnyPubSubType::AnyPubSubType(const char* name, std::size_t maxSize, bool hasKey,
 bool AnyPubSubType::serialize(void* data, Payload* payload) {
     FastBuffer buffer(reinterpret_cast<char*>(payload->data), payload->max_size);
     Cdr cdr(buffer, Cdr::DEFAULT_ENDIAN, Cdr::DDS_CDR);
-    payload->encapsulation = encapsulationOf(cdr);
+    payload->encapsulation = hostEncapsulation;
     try {
         cdr.serialize_encapsulation();
         write(cdr, data);
@@ -34,12 +39,16 @@ bool AnyPubSubType::serialize(void* data, Payload* payload) {
 }
 
 bool AnyPubSubType::deserialize(Payload* payload, void* data) {
-    FastBuffer buffer(reinterpret_cast<char*>(payload->data), payload->length);
-    Cdr cdr(buffer, Cdr::DEFAULT_ENDIAN, Cdr::DDS_CDR);
+    const std::uint8_t* const header = payload->data;
+    if (payload->length < encapsulationSize || header[0] != 0 || header[1] > lastEncapsulation) {
+        return false;
+    }
+    payload->encapsulation = header[1] % 2 == 0 ? CDR_BE : CDR_LE;
+    const bool isNative = payload->encapsulation == hostEncapsulation;
     try {
-        cdr.read_encapsulation();
-        payload->encapsulation = encapsulationOf(cdr);
-        read(cdr, data);
+        read(reinterpret_cast<const char*>(header + encapsulationSize),
+             payload->length - encapsulationSize,
+             isNative ? cdr::Order::native : cdr::Order::swapped, data);
     } catch (...) {
         return false;
     }

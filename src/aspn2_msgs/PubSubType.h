@@ -49,7 +49,7 @@ protected:
 
 private:
     virtual void write(eprosima::fastcdr::Cdr& cdr, const void* data) const = 0;
-    virtual void read(eprosima::fastcdr::Cdr& cdr, void* data) const = 0;
+    virtual void read(const char* bytes, std::size_t size, cdr::Order order, void* data) const = 0;
     virtual std::size_t sizeOf(const void* data) const = 0;
 
     const bool m_isPlain;
@@ -79,8 +79,12 @@ private:
     void write(eprosima::fastcdr::Cdr& cdr, const void* data) const override {
         static_cast<const T*>(data)->serialize(cdr);
     }
-    void read(eprosima::fastcdr::Cdr& cdr, void* data) const override {
-        static_cast<T*>(data)->deserialize(cdr);
+    void read(const char* bytes, std::size_t size, cdr::Order order, void* data) const override {
+        if (T& value = *static_cast<T*>(data); order == cdr::Order::native) {
+            cdr::read<cdr::Order::native>(bytes, size, value);
+        } else {
+            cdr::read<cdr::Order::swapped>(bytes, size, value);
+        }
     }
     std::size_t sizeOf(const void* data) const override {
         return T::getCdrSerializedSize(*static_cast<const T*>(data), 0);

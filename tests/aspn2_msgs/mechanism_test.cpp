@@ -69,11 +69,25 @@ Bytes spoiled(std::size_t at, Value value) {
     return bytes;
 }
 
+/** Whether the payload is taken, of which a Cdr behind its encapsulation makes the same. */
 template <class T>
 bool taken(const Bytes& bytes) {
     aspn2_msgs::PubSubType<T> support;
     T value;
-    return read(support, &value, bytes);
+    const bool sound = read(support, &value, bytes);
+    if (bytes.size() > encapsulation && bytes[0] == 0 && bytes[1] < 4) {
+        Bytes body(bytes.begin() + encapsulation, bytes.end());
+        Stream stream(body, bytes[1] % 2 != 0 ? Cdr::LITTLE_ENDIANNESS : Cdr::BIG_ENDIANNESS);
+        T same;
+        const auto readStream = [&] { same.deserialize(stream.cdr); };
+        if (sound) {
+            EXPECT_NO_THROW(readStream());
+            EXPECT_EQ(same, value);
+        } else {
+            EXPECT_ANY_THROW(readStream());
+        }
+    }
+    return sound;
 }
 
 /** `value` behind `ahead` bytes and ahead of a marker: both ends find what lies behind it. */
@@ -132,14 +146,40 @@ TEST(Message, MovesItsTextsAndComparesAllFields) {
 
 // --- Bytes that no honest writer sends ---
 
+// The first byte is 0; the second tells the byte order, and CDR or a parameter list.
 TEST(Refusal, UnknownEncapsulation) {
-    Bytes bytes = payloadOf(filled<EventLog>(2));
-    EXPECT_TRUE(taken<EventLog>(bytes));
-    bytes[1] = 0x09;
-    EXPECT_FALSE(taken<EventLog>(bytes));
-    bytes[0] = 0xFF;
-    EXPECT_FALSE(taken<EventLog>(bytes));
-    EXPECT_FALSE(taken<EventLog>({}));
+    const Bytes little = payloadOf(filled<EventLog>(2));
+    for (unsigned first = 0; first < 256; ++first) {
+        for (unsigned second = 0; second < 256; ++second) {
+            Bytes bytes = little;
+            bytes[0] = static_cast<std::uint8_t>(first);
+            bytes[1] = static_cast<std::uint8_t>(second);
+            // In the other order the text's length is beyond all bounds.
+            EXPECT_EQ(taken<EventLog>(bytes), first == 0 && (second == 1 || second == 3))
+                << first << " " << second;
+        }
+    }
+    for (std::size_t size = 0; size <= encapsulation; ++size) {
+        EXPECT_FALSE(taken<EventLog>(
+            Bytes(little.begin(), little.begin() + static_cast<std::ptrdiff_t>(size))));
+    }
+}
+
+// The two ways in, through a Cdr and from a payload, agree on whatever comes.
+TEST(Refusal, SameFromAStreamAndFromAPayload) {
+    const Bytes whole = payloadOf(filled<Everything>(2));
+    for (std::size_t size = encapsulation + 1; size < whole.size(); ++size) {
+        EXPECT_FALSE(taken<Everything>(
+            Bytes(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(size))))
+            << size;
+    }
+    int sound = 0;
+    for (std::size_t bit = 8; bit < whole.size() * 8; ++bit) {
+        Bytes bytes = whole;
+        bytes[bit / 8] ^= static_cast<std::uint8_t>(1U << bit % 8);
+        sound += taken<Everything>(bytes) ? 1 : 0;
+    }
+    EXPECT_GT(sound, 1000);
 }
 
 TEST(Refusal, BoolOtherThanZeroAndOne_ButAnEnumerationIsKept) {
