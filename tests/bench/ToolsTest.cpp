@@ -3,8 +3,8 @@
 
 #include "bench/DeviceRoot.h"
 #include "bench/FpgaFile.h"
-#include "bench/ServerProcess.h"
 #include "support/Eventually.h"
+#include "support/RunProgram.h"
 
 namespace bench {
 namespace {
@@ -14,24 +14,12 @@ using testing::Contains;
 using testing::HasSubstr;
 using Strings = std::vector<std::string>;
 
-/** What it printed, "exit N" behind it. */
-Strings run(const char* program, Strings arguments) {
-    ServerProcess process({program, std::move(arguments), {}});
-    const auto ending = process.wait(within(60s));
-    Strings texts;
-    for (const ServerProcess::Line& line : process.lines()) {
-        texts.push_back(line.text);
-    }
-    texts.push_back("exit " + std::to_string(ending ? ending->status.value_or(-1) : -1));
-    return texts;
-}
-
 /** The bench's FPGA, as fpgactl reads and writes it. */
 class Fpgactl : public testing::Test {
 protected:
     Strings onBench(Strings arguments) const {
         arguments.insert(arguments.begin(), {"--root", root.path().string()});
-        return run(FPGACTL, std::move(arguments));
+        return runProgram(FPGACTL, std::move(arguments));
     }
 
     DeviceRoot root;
@@ -112,7 +100,7 @@ TEST_F(Fpgactl, EnginesStandStillAloneAndEverySecondIsStamped) {
 }
 
 TEST_F(Fpgactl, SaysWhatIsMissing) {
-    const Strings nowhere = run(FPGACTL, {"--root", "/nowhere", "list"});
+    const Strings nowhere = runProgram(FPGACTL, {"--root", "/nowhere", "list"});
     EXPECT_EQ(nowhere.back(), "exit 2");
     EXPECT_THAT(nowhere, Contains(HasSubstr("IODevices.xml")));
     fpga.write(FpgaFile::ClockRate, 1);
@@ -123,7 +111,7 @@ TEST_F(Fpgactl, SaysWhatIsMissing) {
 }
 
 TEST(RunTopic, ShowsTheFieldsAsAnotherProcessHasReceivedThem) {
-    const Strings lines = run(BENCH_RUN, {"--topic", "GNSS"});
+    const Strings lines = runProgram(BENCH_RUN, {"--topic", "GNSS"});
     EXPECT_THAT(lines, Contains(R"(  header {"seq_num":1,"timestamp_arrival":{"sec":2,"nsec":3,)"
                                 R"("time_code":4},"timestamp_valid":{"sec":5,"nsec":6,)"
                                 R"("time_code":7},"device_id":8})"));
@@ -138,7 +126,7 @@ TEST(RunTopic, ShowsTheFieldsAsAnotherProcessHasReceivedThem) {
 
 TEST(RunTopic, ListsTheTypesForHelpAndForAWrongName) {
     for (const std::string topic : {"help", "Altitud"}) {
-        const Strings lines = run(BENCH_RUN, {"--topic", topic});
+        const Strings lines = runProgram(BENCH_RUN, {"--topic", topic});
         EXPECT_EQ(lines.back(), topic == "help" ? "exit 0" : "exit 1");
         EXPECT_THAT(lines, testing::SizeIs(34));
         EXPECT_THAT(lines, Contains("  Altitude"));

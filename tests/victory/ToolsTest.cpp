@@ -1,16 +1,18 @@
 // What a person sees: reports in words, and vgpsctl as a process.
-#include <sys/wait.h>
-
-#include <cstdio>
 #include <set>
 
+#include "support/RunProgram.h"
 #include "victory/Owner.h"
 #include "victory/tools/ReportText.h"
 
 namespace victory_test {
 namespace {
 
+using ::testing::Contains;
+using ::testing::ElementsAre;
 using ::testing::HasSubstr;
+using ::testing::StartsWith;
+using Strings = std::vector<std::string>;
 
 TEST(ReportText, SaysWhatALineMeans) {
     const struct {
@@ -79,39 +81,8 @@ TEST(ReportText, TakesWhateverComes) {
 
 // --- vgpsctl ------------------------------------------------------------------------------------
 
-struct Outcome {
-    int status = -1;
-    std::string output;  // standard output and standard error
-};
-
-/** vgpsctl as a process, until `finish`. */
-class Ctl {
-public:
-    explicit Ctl(const std::string& arguments)
-        : m_pipe(::popen((std::string(VGPSCTL) + " " + arguments + " 2>&1").c_str(), "r")) {}
-
-    std::string line() {
-        std::array<char, 4096> buffer{};
-        const char* read = std::fgets(buffer.data(), buffer.size(), m_pipe);
-        return read == nullptr ? "" : std::string(read);
-    }
-    Outcome finish() {
-        Outcome outcome;
-        for (std::string next = line(); !next.empty(); next = line()) {
-            outcome.output += next;
-        }
-        outcome.status = WEXITSTATUS(::pclose(m_pipe));
-        return outcome;
-    }
-
-private:
-    FILE* m_pipe;
-};
-
 class Vgpsctl : public OwnedRig {
 protected:
-    static Outcome run(const std::string& arguments) { return Ctl(arguments).finish(); }
-
     /** A service that carries out these requests alone, and doesn't offer the test mode's. */
     void startFor(const std::set<std::string>& good) {
         make();
@@ -133,61 +104,60 @@ TEST_F(Vgpsctl, SendsARequestAndEndsWithItsOutcome) {
                                        "length":2,"bytes":"ff81"}]})");
     ::testing::internal::CaptureStderr();
     const struct {
-        std::string arguments;
+        Strings arguments;
         int status;
         const char* said;
     } cases[] = {
-        {"zeroize", 0, "carried out"},
-        {"zeroize --type 2", 1, "refused"},
-        {"command -7 1", 1, "refused"},
-        {"magvar local -12.5", 0, "carried out"},
-        {"hot-start port J1COM1", 0, "carried out"},
-        {"hot-start port j1com1", 1, "refused"},
-        {"hot-start data " + data, 0, "carried out"},
-        {"hot-start data " + vclFile, 2, "isn't a JSON object"},
-        {"save-vcl " + vclFile, 0, "carried out"},
-        {"save-vcl " + badVcl, 2, "needed is vcl:VCL"},
-        {"save-vcl " + root() + "/none", 2, "can't be read"},
-        {"mode 1", 2, "not offered"},
-        {"mission-duration 84", 2, "test mode"},
-        {"--endpoint " + endpoint() + " zeroize", 0, "carried out"},
-        {"--endpoint " + root() + "/none zeroize", 2, "start the service"},
-        {"", 2, "subcommand"},
-        {"--help", 0, "hot-start"},
+        {{"zeroize"}, 0, "carried out"},
+        {{"zeroize", "--type", "2"}, 1, "refused"},
+        {{"command", "-7", "1"}, 1, "refused"},
+        {{"magvar", "local", "-12.5"}, 0, "carried out"},
+        {{"hot-start", "port", "J1COM1"}, 0, "carried out"},
+        {{"hot-start", "port", "j1com1"}, 1, "refused"},
+        {{"hot-start", "data", data}, 0, "carried out"},
+        {{"hot-start", "data", vclFile}, 2, "isn't a JSON object"},
+        {{"save-vcl", vclFile}, 0, "carried out"},
+        {{"save-vcl", badVcl}, 2, "needed is vcl:VCL"},
+        {{"save-vcl", root() + "/none"}, 2, "can't be read"},
+        {{"mode", "1"}, 2, "not offered"},
+        {{"mission-duration", "84"}, 2, "test mode"},
+        {{"--endpoint", endpoint(), "zeroize"}, 0, "carried out"},
+        {{"--endpoint", root() + "/none", "zeroize"}, 2, "start the service"},
+        {{}, 2, "subcommand"},
+        {{"--help"}, 0, "hot-start"},
     };
     for (const auto& c : cases) {
-        const Outcome outcome = run(c.arguments);
-        EXPECT_EQ(outcome.status, c.status) << c.arguments << "\n" << outcome.output;
-        EXPECT_THAT(outcome.output, HasSubstr(c.said));
+        const Strings printed = runProgram(VGPSCTL, c.arguments);
+        EXPECT_THAT(printed, Contains(HasSubstr(c.said))) << testing::PrintToString(c.arguments);
+        EXPECT_EQ(printed.back(), "exit " + std::to_string(c.status)) << c.said;
     }
     ::testing::internal::GetCapturedStderr();
 }
 
 TEST_F(Vgpsctl, WatchesAcrossARestart) {
     makeAndStart();
-    Ctl watch("watch --count 5");
-    EXPECT_THAT(watch.line(), HasSubstr("connected to Test (Maker, Model, Id)"));
-    EXPECT_EQ(watch.line(), "device: nothing known\n");
-    EXPECT_EQ(watch.line(), "faults: none\n");
+    bench::ServerProcess watch({VGPSCTL, {"watch", "--count", "5"}, {}});
+    EXPECT_TRUE(watch.waitForLine("faults: none", Clock::now() + kPatience));
     remove();
-    EXPECT_THAT(watch.line(), HasSubstr("hung up"));
+    const auto hungUp = watch.waitForLine("hung up", Clock::now() + kPatience);
+    ASSERT_TRUE(hungUp);
     makeAndStart();
-    EXPECT_THAT(watch.line(), HasSubstr("connected to"));
-    EXPECT_EQ(watch.line(), "device: nothing known\n");
-    EXPECT_EQ(watch.line(), "faults: none\n");
+    EXPECT_TRUE(watch.waitForLine("faults: none", Clock::now() + kPatience, *hungUp));
     vgpssTellStatusData(service, 0, {}, nullptr);
-    const Outcome outcome = watch.finish();
-    EXPECT_EQ(outcome.status, 0);
-    EXPECT_THAT(outcome.output, HasSubstr("fix invalid"));
+    EXPECT_THAT(
+        outputOf(watch),
+        ElementsAre(StartsWith("connected to Test (Maker, Model, Id)"), "device: nothing known",
+                    "faults: none", HasSubstr("hung up"), StartsWith("connected to Test"),
+                    "device: nothing known", "faults: none", HasSubstr("fix invalid"), "exit 0"));
 }
 
 TEST_F(Vgpsctl, WatchesLinesAsTheyComeForAWhile) {
     makeAndStart();
-    const Outcome outcome = run("watch --json --seconds 0.5");
-    EXPECT_EQ(outcome.status, 0);
-    EXPECT_THAT(outcome.output, HasSubstr(R"({"report":"GPS_RECEIVER_DEVICE","sequence":0,)"));
+    const Strings printed = runProgram(VGPSCTL, {"watch", "--json", "--seconds", "0.5"});
+    EXPECT_THAT(printed, Contains(StartsWith(R"({"report":"GPS_RECEIVER_DEVICE","sequence":0,)")));
+    EXPECT_EQ(printed.back(), "exit 0");
     remove();
-    EXPECT_EQ(run("watch").status, 2);
+    EXPECT_EQ(runProgram(VGPSCTL, {"watch"}).back(), "exit 2");
 }
 
 }  // namespace
