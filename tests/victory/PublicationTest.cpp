@@ -315,18 +315,5 @@ TEST_F(Publication, FaultsComeAndGo) {
     EXPECT_EQ(vgpssAddFault(service, "one too many", 0, 0, 0, 0), 0U);
 }
 
-TEST_F(Publication, ServicesOfOtherKindsRaiseNoFaults) {
-    int memory = 0;
-    const auto expectNone = [&memory](auto add, auto removeIt, auto* typed) {
-        EXPECT_EQ(add(reinterpret_cast<decltype(typed)>(&memory), "x", 0, 0, 0, 0), 0U);
-        removeIt(nullptr, 1);
-    };
-    expectNone(vapntsAddFault, vapntsRemoveFault, (VapntsService*)nullptr);
-    expectNone(vpossAddFault, vpossRemoveFault, (VpossService*)nullptr);
-    expectNone(vorisAddFault, vorisRemoveFault, (VorisService*)nullptr);
-    expectNone(vdotsAddFault, vdotsRemoveFault, (VdotsService*)nullptr);
-    expectNone(vgensAddFault, vgensRemoveFault, (VgensService*)nullptr);
-}
-
 }  // namespace
 }  // namespace victory_test
