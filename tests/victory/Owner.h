@@ -2,6 +2,7 @@
 #pragma once
 
 #include "utilities/Console.h"
+#include "utilities/Mutex.h"
 #include "victory/Rig.h"
 
 namespace victory_test {

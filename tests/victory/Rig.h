@@ -16,7 +16,7 @@
 #include <string>
 #include <vector>
 
-#include "utilities/Mutex.h"
+#include "support/Eventually.h"
 #include "victory/socket/Endpoint.h"
 #include "victory/tools/BusClient.h"
 #include "victory/victory.h"
@@ -41,28 +41,15 @@ inline constexpr const char* kFaults = "GPS_RECEIVER_FAULTS";
 /** Something that threads wait for: a count that only grows. */
 class Count {
 public:
-    void add() EXCLUDES(m_mutex) {
-        const utilities::MutexLock lock(m_mutex);
-        ++m_count;
-        m_changed.notify_all();
-    }
-    int value() EXCLUDES(m_mutex) {
-        const utilities::MutexLock lock(m_mutex);
-        return m_count;
-    }
+    void add() { ++m_count; }
+    int value() const { return m_count; }
     /** False when it hasn't reached `count` in time. */
-    bool reaches(int count, Clock::duration patience = kPatience) EXCLUDES(m_mutex) {
-        const Clock::time_point deadline = Clock::now() + patience;
-        const utilities::MutexLock lock(m_mutex);
-        while (m_count < count && m_changed.wait_until(m_mutex, deadline)) {
-        }
-        return m_count >= count;
+    bool reaches(int count, milliseconds patience = kPatience) const {
+        return eventually([&] { return m_count >= count; }, patience);
     }
 
 private:
-    utilities::Mutex m_mutex;
-    utilities::Condition m_changed;
-    int m_count GUARDED_BY(m_mutex) = 0;
+    std::atomic<int> m_count{0};
 };
 
 /** A client that knows the lines of the bus. */
