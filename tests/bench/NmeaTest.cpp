@@ -11,7 +11,6 @@ namespace {
 
 using namespace std::chrono;
 using namespace std::chrono_literals;
-using testing::ElementsAre;
 
 /** The sentence of `body` with its checksum. */
 std::string line(const std::string& body) {
@@ -30,12 +29,10 @@ NmeaLog read(const Bodies&... bodies) {
     return readNmea(input);
 }
 
-std::vector<unsigned> numbersOf(const ReceiverState& state) {
-    std::vector<unsigned> numbers;
-    for (const Channel& channel : state.channels) {
-        numbers.push_back(channel.number);
-    }
-    return numbers;
+/** Channels that have these satellites, in this order. */
+template <typename... Numbers>
+auto areChannelsOf(Numbers... numbers) {
+    return testing::ElementsAre(testing::Field(&Channel::number, numbers)...);
 }
 
 constexpr const char* rmc = "GPRMC,235959.408,A,3854.5087,N,07726.4523,W,0.0,0.0,280224,10.5,W,A";
@@ -56,7 +53,7 @@ TEST(Nmea, CycleTellsTimeValidityAndSatellites) {
     EXPECT_DOUBLE_EQ(state.precision.up, 1.0);
 
     // Those in use come first, and only who has a place in the sky is a satellite.
-    EXPECT_THAT(numbersOf(state), ElementsAre(3, 7, 65, 8, 11));
+    EXPECT_THAT(state.channels, areChannelsOf(3U, 7U, 65U, 8U, 11U));
     EXPECT_EQ(state.channels[2].state, ChannelState::TrackingData);
     EXPECT_EQ(state.channels[3].state, ChannelState::TrackingCode);
     EXPECT_EQ(state.channels[4].state, ChannelState::Searching);
@@ -121,14 +118,14 @@ TEST(Nmea, ValidityTakesBothSentencesAndTheirLack) {
 TEST(Nmea, SatellitesThatNoEntryHoldsAreCountedAndLeftOut) {
     const NmeaLog log = read("GPGSV,1,1,04,127,41,050,46,128,60,317,49,00,34,315,45,301,1,1,1",
                              "GPGSA,A,3,128,127,,,,,,,,,,,1,1,1");
-    EXPECT_THAT(numbersOf(log.states.at(0)), ElementsAre(127));
+    EXPECT_THAT(log.states.at(0).channels, areChannelsOf(127U));
     EXPECT_TRUE(log.states[0].channels[0].inUse);
     EXPECT_EQ(log.counts.satellitesLeftOut, 4U);
     EXPECT_EQ(log.counts.unreadable, 0U);
 
     // Of a satellite's two signals the stronger counts.
     const auto twice = read("GPGSV,1,1,01,03,41,050,44,1", "GPGSV,1,1,01,03,41,050,40,6");
-    EXPECT_THAT(numbersOf(twice.states.at(0)), ElementsAre(3));
+    EXPECT_THAT(twice.states.at(0).channels, areChannelsOf(3U));
     EXPECT_EQ(twice.states[0].channels[0].signal, 44U);
 }
 

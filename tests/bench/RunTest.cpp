@@ -1,80 +1,26 @@
-/** What a run plays, and how it counts what comes of it. */
+/** How a run counts what comes of it. */
 #include <gmock/gmock.h>
 
-#include <future>
-
-#include "bench/DeviceRoot.h"
-#include "bench/FrameBuilder.h"
-#include "bench/Receiver.h"
-#include "bench/ReceiverPorts.h"
 #include "bench/RunTally.h"
-#include "bench/Scenario.h"
-#include "support/Eventually.h"
 
 namespace bench {
 namespace {
 
-using namespace std::chrono_literals;
 using nlohmann::json;
 using testing::EndsWith;
-using Channel = ReceiverPorts::Channel;
 
-TEST(Receiver, PlaysItsSourceInOrderAndTakesCommands) {
-    const DeviceRoot root;
-    ReceiverPorts ports(root);
-    ReceiverPorts server(root);
-    std::promise<void> over;
-    const auto start = std::chrono::steady_clock::now();
-    Receiver receiver(
-        ports,
-        [&](std::size_t cycle) {
-            if (cycle < 2) {
-                return std::optional(scenarioAt(5 + cycle));
-            }
-            over.set_value();
-            return std::optional<ReceiverState>();
-        },
-        20ms);
-    for (const unsigned id : {5040U, 8504U, 8040U, 5047U, 5048U, 5042U, 5040U, 8504U, 8040U, 5047U,
-                              5048U, 5042U, 5044U}) {
-        const auto message = server.receive(Channel::TyrHc, within(10s));
-        ASSERT_TRUE(message);
-        EXPECT_EQ(message->data()[2] + 256U * message->data()[3], id);
-    }
-    EXPECT_GE(std::chrono::steady_clock::now() - start, 18ms) << "a cycle later";
-    ASSERT_EQ(over.get_future().wait_for(10s), std::future_status::ready);
-    server.send(Channel::HcTyr, FrameBuilder(5402, 0x9000, 67).frame());
-    server.send(Channel::DtIn, FrameBuilder(5402, 0x9000, 67).frame());
-    server.sendRaw(Channel::HcTyr, Bytes(56, 0xFF));
-    EXPECT_TRUE(eventually(
-        [&] { return receiver.tally().commands == 2 && receiver.tally().unreadable == 1; }));
-    receiver.stop();
-    const Receiver::Tally tally = receiver.tally();
-    EXPECT_EQ(tally.frames, 13U);
-    EXPECT_EQ(tally.framesLost, 0U);
-    EXPECT_EQ(tally.cycles.size(), 2U);
-    EXPECT_TRUE(tally.finished);
-}
-
-json report(const std::string& kind, double time = -1) {
-    json line{{"report", kind}, {"sequence", 1}, {"data", json::object()}};
-    if (time >= 0) {
-        line["data"]["receiverTime"] = time;
-    }
-    return line;
-}
-
+constexpr const char* status = "GPS_RECEIVER_STATUS";
 constexpr const char* health = "GPS_RECEIVER_SATELLITE_HEALTH_STATUS";
 constexpr const char* health2 = "GPS_RECEIVER_SATELLITE_HEALTH_STATUS_2";
 
 RunTally tallyOf(const std::vector<double>& statuses, std::size_t healths) {
     RunTally tally;
     for (const double time : statuses) {
-        tally.take(report("GPS_RECEIVER_STATUS", time));
+        tally.take({{"report", status}, {"data", {{"receiverTime", time}}}});
     }
     for (std::size_t count = 0; count < healths; ++count) {
-        tally.take(report(health));
-        tally.take(report(health2));
+        tally.take({{"report", health}});
+        tally.take({{"report", health2}});
     }
     return tally;
 }
@@ -107,21 +53,18 @@ TEST(RunTally, TellsWhatIsMissing) {
 
     // What was lost on the way is not complete either.
     RunTally tally = tallyOf({1, 2, 3, 4}, 4);
-    auto lost = sent;
-    lost.framesLost = 1;
-    EXPECT_FALSE(tally.complete(lost));
-    auto unreadable = sent;
-    unreadable.unreadable = 1;
-    EXPECT_FALSE(tally.complete(unreadable));
-    json line = report(health);
-    line["dropped"] = 2;
-    tally.take(line);
+    for (const auto loss : {&Receiver::Tally::framesLost, &Receiver::Tally::unreadable}) {
+        Receiver::Tally lossy = sent;
+        lossy.*loss = 1;
+        EXPECT_FALSE(tally.complete(lossy));
+    }
+    tally.take({{"report", health}, {"dropped", 2}});
     EXPECT_FALSE(tally.complete(sent));
 
     // The summary names the lost times; what is no report is passed over.
     tally = tallyOf({1, 3}, 4);
     for (const json& odd : {json{{"report", 5}}, json{{"hello", json::object()}}, json::object(),
-                            json{{"report", "GPS_RECEIVER_STATUS"}, {"data", 7}}}) {
+                            json{{"report", status}, {"data", 7}}}) {
         tally.take(odd);
     }
     EXPECT_THAT(tally.summary(sent),
