@@ -19,8 +19,7 @@ protected:
     /** What vgpssNewService says when it refuses. */
     static std::string refusal(const std::string& serviceText, const std::string& vclText) {
         ::testing::internal::CaptureStderr();
-        VgpssService* made =
-            vgpssNewService(serviceText.c_str(), vclText.c_str(), "Maker", "Model", "Id");
+        VgpssService* made = makeService(vclText, serviceText);
         EXPECT_EQ(made, nullptr) << serviceText << vclText;
         vgpssDeleteService(made);
         return ::testing::internal::GetCapturedStderr();
@@ -206,11 +205,7 @@ TEST_F(Life, BeatsThatALongCallCoversFallOut) {
     make();
     Ticker ticker;
     Count release;
-    ticker.during = [&] {
-        if (ticker.count.value() == 1) {
-            release.reaches(1);
-        }
-    };
+    ticker.during = [&] { release.reaches(1); };
     ticker.tickWith(service, 1, 0.02);
     ASSERT_EQ(vgpssStartService(service), 0);
     ASSERT_TRUE(ticker.count.reaches(1));

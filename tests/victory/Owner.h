@@ -1,6 +1,8 @@
 /** The owner of a service. */
 #pragma once
 
+#include <span>
+
 #include "utilities/Console.h"
 #include "utilities/Mutex.h"
 #include "victory/Rig.h"
@@ -70,19 +72,13 @@ private:
         return owner.result;
     }
     static int hotStartData(void* me, VgpssService*, VgpscReceiverHotStartData record) {
-        const auto& [mode, messages, count] =
-            std::tie(record.hotStartMode, record.messages, record.messageCount);
-        if (count == 0) {
-            return note(me, "data ", mode, " 0");
+        std::string call = utilities::concat("data ", record.hotStartMode);
+        for (const auto& message : std::span(record.messages).first(record.messageCount)) {
+            const std::vector<int> bytes(message.bytes, message.bytes + message.length);
+            call += utilities::concat(' ', message.messageId, ',', message.sequence, ',',
+                                      json(bytes).dump());
         }
-        const VgpscHotStartMessage& message = messages[count - 1];
-        std::ostringstream bytes;
-        bytes << std::hex << std::uppercase;
-        for (unsigned i = 0; i < message.length; ++i) {
-            bytes << (message.bytes[i] >> 4) << (message.bytes[i] & 15);
-        }
-        return note(me, "data ", mode, ' ', count, ' ', message.messageId, ',', message.sequence,
-                    ',', bytes.str());
+        return note(me, call);
     }
 
     utilities::Mutex m_mutex;

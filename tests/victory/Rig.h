@@ -124,8 +124,9 @@ protected:
         }
         return text + "</vcl:VCL>";
     }
-    static VgpssService* makeService(const std::string& vclText = vcl()) {
-        return vgpssNewService(serviceXml().c_str(), vclText.c_str(), "Maker", "Model", "Id");
+    static VgpssService* makeService(const std::string& vclText,
+                                     const std::string& serviceText = serviceXml()) {
+        return vgpssNewService(serviceText.c_str(), vclText.c_str(), "Maker", "Model", "Id");
     }
     void make(const std::string& vclText = vcl()) {
         service = makeService(vclText);

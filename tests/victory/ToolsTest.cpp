@@ -81,22 +81,17 @@ TEST(ReportText, TakesWhateverComes) {
 
 // --- vgpsctl ------------------------------------------------------------------------------------
 
-class Vgpsctl : public OwnedRig {
-protected:
-    /** A service that carries out these requests alone, and doesn't offer the test mode's. */
-    void startFor(const std::set<std::string>& good) {
-        make();
-        owner.during = [this, good] { owner.result = good.contains(owner.last()) ? 0 : 1; };
-        owner.offerAll(service);
-        vgpssInitSetMissionDurationCallback(service, nullptr, nullptr);
-        vgpssInitSetOperatingModeCallback(service, nullptr, nullptr);
-        ASSERT_EQ(vgpssStartService(service), 0);
-    }
-};
+class Vgpsctl : public OwnedRig {};
 
 TEST_F(Vgpsctl, SendsARequestAndEndsWithItsOutcome) {
-    startFor({"command 0:1", "variation 0 -12.5", "port J1COM1", "data 3 1 7,1,FF81",
-              "vcl <vcl:VCL/>\n"});
+    const std::set<std::string> good{"command 0:1", "variation 0 -12.5", "port J1COM1",
+                                     "data 3 7,1,[255,129]", "vcl <vcl:VCL/>\n"};
+    owner.during = [&] { owner.result = good.contains(owner.last()) ? 0 : 1; };
+    make();
+    owner.offerAll(service);
+    vgpssInitSetMissionDurationCallback(service, nullptr, nullptr);  // as outside the test mode
+    vgpssInitSetOperatingModeCallback(service, nullptr, nullptr);
+    ASSERT_EQ(vgpssStartService(service), 0);
     const std::string vclFile = write("good.xml", "<vcl:VCL/>\n");
     const std::string badVcl = write("bad.xml", "<other/>");
     const std::string data = write("data.json",
@@ -132,6 +127,7 @@ TEST_F(Vgpsctl, SendsARequestAndEndsWithItsOutcome) {
         EXPECT_EQ(printed.back(), "exit " + std::to_string(c.status)) << c.said;
     }
     ::testing::internal::GetCapturedStderr();
+    remove();
 }
 
 TEST_F(Vgpsctl, WatchesAcrossARestart) {
