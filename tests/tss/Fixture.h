@@ -30,6 +30,12 @@ namespace tss_tests {
 
 using namespace FACE;
 using Code = RETURN_CODE_TYPE::Value;
+constexpr Code NO_ERROR = RETURN_CODE_TYPE::NO_ERROR;
+constexpr Code NO_ACTION = RETURN_CODE_TYPE::NO_ACTION;
+constexpr Code NOT_AVAILABLE = RETURN_CODE_TYPE::NOT_AVAILABLE;
+constexpr Code INVALID_PARAM = RETURN_CODE_TYPE::INVALID_PARAM;
+constexpr Code INVALID_CONFIG = RETURN_CODE_TYPE::INVALID_CONFIG;
+constexpr Code CONNECTION_CLOSED = RETURN_CODE_TYPE::CONNECTION_CLOSED;
 using aspn2_msgs::idl::CommandResponse;
 using aspn2_msgs::idl::EventLog;
 using aspn2_msgs::idl::MaintenanceEvent;
@@ -58,12 +64,16 @@ constexpr long long refused(Code code) {
 }
 
 /** The message as it travels, encapsulation header and all. */
+inline std::string payloadOf(eprosima::fastdds::dds::TopicDataType& support, void* message) {
+    eprosima::fastrtps::rtps::SerializedPayload_t payload(
+        support.getSerializedSizeProvider(message)());
+    EXPECT_TRUE(support.serialize(message, &payload));
+    return {reinterpret_cast<const char*>(payload.data), payload.length};
+}
 inline std::string payloadOf(const CommandResponse& message) {
     aspn2_msgs::idl::CommandResponsePubSubType type;
     CommandResponse copy = message;
-    eprosima::fastrtps::rtps::SerializedPayload_t payload(type.getSerializedSizeProvider(&copy)());
-    type.serialize(&copy, &payload);
-    return {reinterpret_cast<const char*>(payload.data), payload.length};
+    return payloadOf(type, &copy);
 }
 
 /** A TCP port that somebody listens on. */
@@ -213,7 +223,7 @@ public:
         long long connection = 0;
         int size = 0;
         tss->Create_Connection(name.c_str(), -1, connection, size, rc);
-        return rc == RETURN_CODE_TYPE::NO_ERROR ? connection : refused(rc);
+        return rc == NO_ERROR ? connection : refused(rc);
     }
 
     Code send(long long connection, const std::string& text) {

@@ -16,13 +16,6 @@ using ::testing::internal::CaptureStdout;
 using ::testing::internal::GetCapturedStderr;
 using ::testing::internal::GetCapturedStdout;
 
-constexpr Code NO_ERROR = RETURN_CODE_TYPE::NO_ERROR;
-constexpr Code NO_ACTION = RETURN_CODE_TYPE::NO_ACTION;
-constexpr Code NOT_AVAILABLE = RETURN_CODE_TYPE::NOT_AVAILABLE;
-constexpr Code INVALID_PARAM = RETURN_CODE_TYPE::INVALID_PARAM;
-constexpr Code INVALID_CONFIG = RETURN_CODE_TYPE::INVALID_CONFIG;
-constexpr Code CONNECTION_CLOSED = RETURN_CODE_TYPE::CONNECTION_CLOSED;
-
 constexpr std::array noConnection{-1LL, std::numeric_limits<long long>::min(), 77LL, 1LL << 32};
 
 TEST(Transport, BeforeInitialize_EverythingIsNotAvailable) {
@@ -207,41 +200,34 @@ TEST(Transport, SendersAndCallbacks_AnswerByTheTable) {
 }
 
 TEST(Transport, WriterOrReaderThatCannotBeMade_ClosesTheConnection) {
-    const std::string participant = "Participant tester ";
+    const auto invalid = [](const std::string& end) {
+        return "invalid " + end + " QOS for topic: Command; see error log\n";
+    };
+    const auto misnamed = [](const std::string& end) {
+        return "error creating " + end + " for topic: Misnamed\n";
+    };
+    const auto otherType = [](const std::string&) -> std::string {
+        return "topic EventLog is of type aspn2_msgs::idl::EventLog, not of "
+               "aspn2_msgs::idl::CommandResponse\n";
+    };
     struct {
         Parameters parameters;
         const char* connection;
-        std::string writer, reader;
-    } const table[]{
-        {{{"HistoryDepth", "0"}},
-         "Command",
-         "invalid publisher QOS for topic: Command; see error log\n",
-         "invalid subscriber QOS for topic: Command; see error log\n"},
-        {{{"HistoryDepth", "2147483648"}},
-         "Command",
-         "invalid publisher QOS for topic: Command; see error log\n",
-         "invalid subscriber QOS for topic: Command; see error log\n"},
-        {{},
-         "Misnamed",
-         "error creating publisher for topic: Misnamed\n",
-         "error creating subscriber for topic: Misnamed\n"},
-        {{},
-         "EventLog",
-         "topic EventLog is of type aspn2_msgs::idl::EventLog, not of "
-         "aspn2_msgs::idl::CommandResponse\n",
-         "topic EventLog is of type aspn2_msgs::idl::EventLog, not of "
-         "aspn2_msgs::idl::CommandResponse\n"},
-    };
+        std::function<std::string(std::string)> told;
+    } const table[]{{{{"HistoryDepth", "0"}}, "Command", invalid},
+                    {{{"HistoryDepth", "2147483648"}}, "Command", invalid},
+                    {{}, "Misnamed", misnamed},
+                    {{}, "EventLog", otherType}};
     for (const auto& row : table) {
         Server server(row.parameters);
         ASSERT_EQ(server.start(), NO_ERROR);
         ASSERT_EQ(server.connect(row.connection), 0);
         CaptureStderr();
         EXPECT_EQ(server.sender(0), CONNECTION_CLOSED);
-        EXPECT_THAT(GetCapturedStderr(), HasSubstr(participant + row.writer));
+        EXPECT_THAT(GetCapturedStderr(), HasSubstr("Participant tester " + row.told("publisher")));
         CaptureStderr();
         EXPECT_EQ(server.receive(0, {}), CONNECTION_CLOSED);
-        EXPECT_THAT(GetCapturedStderr(), HasSubstr(participant + row.reader));
+        EXPECT_THAT(GetCapturedStderr(), HasSubstr("Participant tester " + row.told("subscriber")));
         EXPECT_EQ(server.send(0, "x"), NOT_AVAILABLE);
     }
 }
@@ -253,12 +239,9 @@ TEST(Transport, ReceivingIsByCallbackOnly) {
     TSS::HEADER_TYPE header;
     Sequence<TSS::QoS_Element> qos;
     Code rc{};
-    try {
-        typed.Receive_Message(0, -1, transaction, message, header, qos, rc);
-        FAIL();
-    } catch (const std::runtime_error& error) {
-        EXPECT_STREQ(error.what(), "HC_TypedTS::Receive_Message() is not supported.");
-    }
+    EXPECT_THAT([&] { typed.Receive_Message(0, -1, transaction, message, header, qos, rc); },
+                ::testing::ThrowsMessage<std::runtime_error>(
+                    "HC_TypedTS::Receive_Message() is not supported."));
 }
 
 TEST(Listeners, GuidToUid_ReadsTheEntityIdAlone) {
