@@ -22,6 +22,7 @@
 #include "aspn2_msgs/CommandResponsePubSubTypes.h"
 #include "bench/siblings/Catalogue.h"
 #include "face/HC_Config.h"
+#include "support/CodeOf.h"
 #include "support/Eventually.h"
 #include "tss/HC_TypedTS.h"
 #include "utilities/Mutex.h"
@@ -37,8 +38,6 @@ constexpr Code INVALID_PARAM = RETURN_CODE_TYPE::INVALID_PARAM;
 constexpr Code INVALID_CONFIG = RETURN_CODE_TYPE::INVALID_CONFIG;
 constexpr Code CONNECTION_CLOSED = RETURN_CODE_TYPE::CONNECTION_CLOSED;
 using aspn2_msgs::idl::CommandResponse;
-using aspn2_msgs::idl::EventLog;
-using aspn2_msgs::idl::MaintenanceEvent;
 
 template <typename T>
 using Typed = TSS::Details::HC_TypedTS<T>;
@@ -210,47 +209,37 @@ public:
 
     /** The code of Initialize. */
     Code start() {
-        Code rc{};
-        tss->Set_Reference("", std::make_shared<HC_Config>(), 0, rc);
-        typed.Set_Reference("", tss, 0, rc);
-        tss->Initialize(m_file.c_str(), rc);
-        return rc;
+        codeOf(&TSS::HC_TSS::Set_Reference, *tss, "", std::make_shared<HC_Config>(), 0);
+        codeOf(&Typed<CommandResponse>::Set_Reference, typed, "", tss, 0);
+        return codeOf(&TSS::HC_TSS::Initialize, *tss, m_file.c_str());
     }
 
     /** The id, or `refused(code)`. */
     long long connect(const std::string& name) {
-        Code rc{};
         long long connection = 0;
         int size = 0;
-        tss->Create_Connection(name.c_str(), -1, connection, size, rc);
+        const Code rc =
+            codeOf(&TSS::HC_TSS::Create_Connection, *tss, name.c_str(), -1, connection, size);
         return rc == NO_ERROR ? connection : refused(rc);
     }
 
     Code send(long long connection, const std::string& text) {
-        Code rc{};
         long long transaction = 0;
-        typed.Send_Message(connection, -1, transaction, command(text), rc);
-        return rc;
+        return codeOf(&Typed<CommandResponse>::Send_Message, typed, connection, -1, transaction,
+                      command(text));
     }
     Code receive(long long connection, TSS::Read_Callback<CommandResponse> callback) {
-        Code rc{};
-        typed.Register_Callback(connection, std::move(callback), rc);
-        return rc;
+        return codeOf(&Typed<CommandResponse>::Register_Callback, typed, connection,
+                      std::move(callback));
     }
     Code sender(long long connection) {
-        Code rc{};
-        typed.Register_Sender(connection, rc);
-        return rc;
+        return codeOf(&Typed<CommandResponse>::Register_Sender, typed, connection);
     }
     Code endSender(long long connection) {
-        Code rc{};
-        tss->Unregister_Sender(connection, rc);
-        return rc;
+        return codeOf(&TSS::HC_TSS::Unregister_Sender, *tss, connection);
     }
     Code endCallback(long long connection) {
-        Code rc{};
-        tss->Unregister_Callback(connection, rc);
-        return rc;
+        return codeOf(&TSS::HC_TSS::Unregister_Callback, *tss, connection);
     }
 
     /** Waits until the connection's writer has `readers` and its reader `writers`. */

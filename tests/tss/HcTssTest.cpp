@@ -10,29 +10,28 @@
 namespace tss_tests {
 namespace {
 
+using Front = Typed<CommandResponse>;
 using ::testing::HasSubstr;
 using ::testing::internal::CaptureStderr;
 using ::testing::internal::CaptureStdout;
 using ::testing::internal::GetCapturedStderr;
 using ::testing::internal::GetCapturedStdout;
+using TSS::HC_TSS;
 
 constexpr std::array noConnection{-1LL, std::numeric_limits<long long>::min(), 77LL, 1LL << 32};
 
 TEST(Transport, BeforeInitialize_EverythingIsNotAvailable) {
     Server server({});
-    Code rc{};
-    server.tss->Initialize("x", rc);
-    EXPECT_EQ(rc, NOT_AVAILABLE);  // no configuration
+    EXPECT_EQ(codeOf(&HC_TSS::Initialize, *server.tss, "x"), NOT_AVAILABLE) << "no configuration";
     long long connection = 5;
     int size = 42;
-    server.tss->Create_Connection("Command", -1, connection, size, rc);
-    EXPECT_EQ(rc, NOT_AVAILABLE);
+    EXPECT_EQ(codeOf(&HC_TSS::Create_Connection, *server.tss, "Command", -1, connection, size),
+              NOT_AVAILABLE);
     EXPECT_EQ(connection, -1);
     EXPECT_EQ(size, 42);
-    server.tss->Destroy_Connection(0, rc);
-    EXPECT_EQ(rc, NOT_AVAILABLE);
-    EXPECT_EQ(server.sender(0), NOT_AVAILABLE);  // no reference yet
-    server.typed.Set_Reference("", server.tss, 0, rc);
+    EXPECT_EQ(codeOf(&HC_TSS::Destroy_Connection, *server.tss, 0), NOT_AVAILABLE);
+    EXPECT_EQ(server.sender(0), NOT_AVAILABLE) << "no reference yet";
+    EXPECT_EQ(codeOf(&Front::Set_Reference, server.typed, "", server.tss, 0), NO_ERROR);
     EXPECT_EQ(server.sender(0), NOT_AVAILABLE);
     EXPECT_EQ(server.receive(0, {}), NOT_AVAILABLE);
     EXPECT_EQ(server.send(0, "x"), NOT_AVAILABLE);
@@ -51,23 +50,22 @@ class Foreign : public TSS::Base {
 
 TEST(Transport, References_AreTakenOnce) {
     Server server({});
-    Code rc{};
-    server.tss->Set_Reference("", nullptr, 0, rc);
-    EXPECT_EQ(rc, INVALID_PARAM);
-    server.typed.Set_Reference("", nullptr, 0, rc);
-    EXPECT_EQ(rc, INVALID_PARAM);
-    server.typed.Set_Reference("", std::make_shared<Foreign>(), 0, rc);
-    EXPECT_EQ(rc, INVALID_PARAM);
+    const auto refer = [&server](auto reference) {
+        return codeOf(&Front::Set_Reference, server.typed, "", reference, 0);
+    };
+    const auto configure = [&server](std::shared_ptr<HC_Config> configuration) {
+        return codeOf(&HC_TSS::Set_Reference, *server.tss, "", configuration, 0);
+    };
+    EXPECT_EQ(configure(nullptr), INVALID_PARAM);
+    EXPECT_EQ(refer(nullptr), INVALID_PARAM);
+    EXPECT_EQ(refer(std::make_shared<Foreign>()), INVALID_PARAM);
 
     ASSERT_EQ(server.start(), NO_ERROR);
-    server.tss->Set_Reference("", std::make_shared<HC_Config>(), 0, rc);
-    EXPECT_EQ(rc, NOT_AVAILABLE);
-    server.typed.Set_Reference("", std::make_shared<TSS::HC_TSS>("other"), 0, rc);
-    EXPECT_EQ(rc, NOT_AVAILABLE);
+    EXPECT_EQ(configure(std::make_shared<HC_Config>()), NOT_AVAILABLE);
+    EXPECT_EQ(refer(std::make_shared<HC_TSS>("other")), NOT_AVAILABLE);
     EXPECT_EQ(server.connect("Command"), 0);
     EXPECT_EQ(server.sender(0), NO_ERROR) << "the first reference is kept";
-    server.tss->Initialize("x", rc);
-    EXPECT_EQ(rc, NO_ACTION);
+    EXPECT_EQ(codeOf(&HC_TSS::Initialize, *server.tss, "x"), NO_ACTION);
 }
 
 TEST(Transport, WithoutItsFileOrContainer_SaysWhich) {
@@ -77,13 +75,11 @@ TEST(Transport, WithoutItsFileOrContainer_SaysWhich) {
          {std::pair{std::string("/nowhere.xml"),
                     "CFR:4 Configuration /nowhere.xml was not available\n"},
           {bare, "CFR:4 Domain FastRtps was not available\n"}}) {
-        TSS::HC_TSS tss("tester");
-        Code rc{};
-        tss.Set_Reference("", std::make_shared<HC_Config>(), 0, rc);
+        HC_TSS tss("tester");
+        codeOf(&HC_TSS::Set_Reference, tss, "", std::make_shared<HC_Config>(), 0);
         CaptureStdout();
-        tss.Initialize(file.c_str(), rc);
+        EXPECT_EQ(codeOf(&HC_TSS::Initialize, tss, file.c_str()), NOT_AVAILABLE);
         EXPECT_EQ(GetCapturedStdout(), told);
-        EXPECT_EQ(rc, NOT_AVAILABLE);
     }
     std::filesystem::remove(bare);
 }
@@ -159,9 +155,7 @@ TEST(Transport, Connections_AreNumberedByNameAndNeverTwice) {
     EXPECT_EQ(server.connect("Unknown"), refused(NO_ACTION));
     EXPECT_EQ(GetCapturedStderr(), "!!!!! Could NOT register topic 0 with participant tester\n");
     EXPECT_EQ(server.connect("Misnamed"), 3) << "a failure takes no number";
-    Code rc{};
-    server.tss->Destroy_Connection(0, rc);
-    EXPECT_EQ(rc, NO_ERROR);
+    EXPECT_EQ(codeOf(&HC_TSS::Destroy_Connection, *server.tss, 0), NO_ERROR);
     EXPECT_EQ(server.connect("Command"), 0);
     EXPECT_TRUE(server.tss->isTopicRegistered("aspn2_msgs::idl::EventLog"));
     EXPECT_FALSE(server.tss->isTopicRegistered("aspn2_msgs::idl::GSSIP"));
