@@ -41,6 +41,7 @@ using aspn2_msgs::idl::CommandResponse;
 
 template <typename T>
 using Typed = TSS::Details::HC_TypedTS<T>;
+using Front = Typed<CommandResponse>;
 
 /** Parameters by name; one with an empty value is left out. */
 using Parameters = std::map<std::string, std::string>;
@@ -210,7 +211,7 @@ public:
     /** The code of Initialize. */
     Code start() {
         codeOf(&TSS::HC_TSS::Set_Reference, *tss, "", std::make_shared<HC_Config>(), 0);
-        codeOf(&Typed<CommandResponse>::Set_Reference, typed, "", tss, 0);
+        codeOf(&Front::Set_Reference, typed, "", tss, 0);
         return codeOf(&TSS::HC_TSS::Initialize, *tss, m_file.c_str());
     }
 
@@ -225,16 +226,12 @@ public:
 
     Code send(long long connection, const std::string& text) {
         long long transaction = 0;
-        return codeOf(&Typed<CommandResponse>::Send_Message, typed, connection, -1, transaction,
-                      command(text));
+        return codeOf(&Front::Send_Message, typed, connection, -1, transaction, command(text));
     }
     Code receive(long long connection, TSS::Read_Callback<CommandResponse> callback) {
-        return codeOf(&Typed<CommandResponse>::Register_Callback, typed, connection,
-                      std::move(callback));
+        return codeOf(&Front::Register_Callback, typed, connection, std::move(callback));
     }
-    Code sender(long long connection) {
-        return codeOf(&Typed<CommandResponse>::Register_Sender, typed, connection);
-    }
+    Code sender(long long connection) { return codeOf(&Front::Register_Sender, typed, connection); }
     Code endSender(long long connection) {
         return codeOf(&TSS::HC_TSS::Unregister_Sender, *tss, connection);
     }
@@ -269,7 +266,7 @@ private:
 
 public:
     const std::shared_ptr<TSS::HC_TSS> tss;
-    Typed<CommandResponse> typed;
+    Front typed;
 };
 
 }  // namespace tss_tests
