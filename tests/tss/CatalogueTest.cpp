@@ -9,14 +9,13 @@ namespace tss_tests {
 namespace {
 
 TEST(Catalogue, EveryTypeGoesToThePeerAndBack) {
-    const std::string domain = freshDomain();
     std::map<std::string, std::string> sent;
     std::map<std::string, std::string> returned;  // each type's callback fills its own entry
     {
         std::atomic<std::size_t> returns{0};
-        Server server({{"DomainId", domain}, {"BackFillHistory", "true"}});
+        Server server(Parameters{{"BackFillHistory", "true"}});
         ASSERT_EQ(server.start(), NO_ERROR);
-        Peer peer(domain, "SHM");
+        Peer peer(server.domain.at("DomainId"), "SHM");
         for (const bench::MessageType& each : bench::catalogue()) {
             const std::string type(each.name);
             SCOPED_TRACE(type);

@@ -14,7 +14,6 @@
 #include <sstream>
 #include <stdexcept>
 #include <string>
-#include <thread>
 #include <tuple>
 #include <utility>
 #include <vector>
@@ -171,17 +170,14 @@ private:
 /** One server's end: file, transport and the typed fronts. */
 class Server {
 public:
-    explicit Server(const Parameters& changes, const std::string& name = "tester")
-        : m_file(std::filesystem::temp_directory_path() /
-                 ("tss_" + std::to_string(::getpid()) + "_" + std::to_string(s_count++) + ".xml")),
-          tss(std::make_shared<TSS::HC_TSS>(name)) {
-        Parameters domain{{"DomainId", freshDomain()}, {"HistoryDepth", "16"},
-                          {"UseBestEffort", "false"},  {"BackFillHistory", "false"},
-                          {"UseTransport", "SHM"},     {"TcpAddress", "127.0.0.1"},
-                          {"TcpPort", "5100"}};
-        for (const auto& [parameter, value] : changes) {
-            domain[parameter] = value;
-        }
+    explicit Server(const Parameters& changes) : domain(changes) {
+        domain.merge(Parameters{{"DomainId", freshDomain()},
+                                {"HistoryDepth", "16"},
+                                {"UseBestEffort", "false"},
+                                {"BackFillHistory", "false"},
+                                {"UseTransport", "SHM"},
+                                {"TcpAddress", "127.0.0.1"},
+                                {"TcpPort", "5100"}});
         std::ofstream file(m_file);
         file << "<HC_Configurations>" << container("FastRtps", domain);
         const std::string command = "aspn2_msgs::idl::CommandResponse";
@@ -262,10 +258,13 @@ private:
     }
 
     static inline int s_count = 0;
-    const std::filesystem::path m_file;
+    const std::filesystem::path m_file =
+        std::filesystem::temp_directory_path() /
+        ("tss_" + std::to_string(::getpid()) + "_" + std::to_string(s_count++) + ".xml");
 
 public:
-    const std::shared_ptr<TSS::HC_TSS> tss;
+    Parameters domain;  ///< of the container "FastRtps"
+    const std::shared_ptr<TSS::HC_TSS> tss = std::make_shared<TSS::HC_TSS>("tester");
     Front typed;
 };
 

@@ -27,11 +27,12 @@ auto Got(const std::string& text) {
 /** A server with the connections "Command" (0) and "Response" (1), and its peer. */
 struct Link {
     explicit Link(const Parameters& changes = {}, const std::string& peerTransport = "SHM")
-        : domain(freshDomain()), parameters(with(changes)), server(parameters) {
+        : server(changes) {
         EXPECT_EQ(server.start(), NO_ERROR);
         EXPECT_EQ(server.connect("Command"), 0);
         EXPECT_EQ(server.connect("Response"), 1);
-        peer = std::make_unique<Peer>(domain, peerTransport, parameters.at("TcpPort"));
+        peer = std::make_unique<Peer>(server.domain.at("DomainId"), peerTransport,
+                                      server.domain.at("TcpPort"));
     }
 
     /** Has the peer write on "Command" what the callback receives. `readers`: with those that are
@@ -46,19 +47,10 @@ struct Link {
     }
     void listen() { listen(inbox.callback()); }
 
-    const std::string domain;
-    const Parameters parameters;
     Inbox inbox;  // outlives the transport that fills it
     Server server;
     std::unique_ptr<Peer> peer;
     std::string writer;  ///< what the peer said of its writer
-
-private:
-    Parameters with(Parameters changes) const {
-        changes.emplace("DomainId", domain);
-        changes.emplace("TcpPort", "5100");
-        return changes;
-    }
 };
 
 class EachTransport : public ::testing::TestWithParam<std::pair<const char*, const char*>> {};
