@@ -3,7 +3,6 @@
 #include <climits>
 #include <cstring>
 #include <string>
-#include <vector>
 
 #include "face/FaceFixture.h"
 #include "face/HC_Config_Helpers.h"

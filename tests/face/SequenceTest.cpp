@@ -4,8 +4,8 @@
 #include <memory>
 #include <numeric>
 #include <stdexcept>
-#include <string>
 #include <utility>
+#include <vector>
 
 #include "face/FaceFixture.h"
 

@@ -5,10 +5,8 @@
 
 #include <algorithm>
 #include <atomic>
-#include <chrono>
 #include <cstring>
 #include <filesystem>
-#include <functional>
 #include <initializer_list>
 #include <iostream>
 #include <limits>

@@ -1,7 +1,6 @@
 /** An FPGA in a file, whose register accesses are watched. */
 #pragma once
 
-#include <algorithm>
 #include <map>
 #include <stdexcept>
 
