@@ -23,8 +23,7 @@ protected:
         const bool taken = initialize(config) == RC::NO_ERROR;
         for (const char* name : NAMES) {
             int handle = -1;
-            RC::Value rc = RC::TIMED_OUT;
-            config.Open(name, handle, rc);
+            const RC::Value rc = codeOf(&HC_Config::Open, config, name, handle);
             if (!taken) {
                 EXPECT_EQ(rc, RC::INVALID_MODE);
             } else if (rc == RC::NO_ERROR) {
@@ -38,15 +37,15 @@ protected:
 
     /** Reads all that the handle reaches. */
     static void walk(HC_Config& config, int handle) {
-        RC::Value rc = RC::TIMED_OUT;
-        config.Seek(handle, HC_Config::WHENCE_TYPE::SEEK_FROM_START, 0, rc);
+        using Whence = HC_Config::WHENCE_TYPE;
+        RC::Value rc = codeOf(&HC_Config::Seek, config, handle, Whence::SEEK_FROM_START, 0);
         EXPECT_EQ(rc, RC::NO_ERROR);
         while (rc == RC::NO_ERROR) {
             EXPECT_TRUE(probe(config, handle, ""));  // every container has a name
             for (const char* parameter : {"Port", "Text", "Empty", "Flag", "Quoted", "Noted"}) {
                 probe(config, handle, parameter);
             }
-            config.Seek(handle, HC_Config::WHENCE_TYPE::SEEK_FROM_CURRENT, 1, rc);
+            rc = codeOf(&HC_Config::Seek, config, handle, Whence::SEEK_FROM_CURRENT, 1);
         }
         EXPECT_EQ(rc, RC::INVALID_PARAM);
     }
@@ -58,12 +57,11 @@ protected:
         buffer.fill('#');
         int size = 0;
         int copied = -1;
-        RC::Value rc = RC::TIMED_OUT;
-        config.Get_Size(handle, parameter, size, rc);
-        const bool there = rc == RC::NO_ERROR;
+        const bool there =
+            codeOf(&HC_Config::Get_Size, config, handle, parameter, size) == RC::NO_ERROR;
         EXPECT_EQ(there, size > 0);
-        config.Read(handle, parameter, buffer.data(), room, copied, rc);
-        EXPECT_EQ(rc, there ? RC::NO_ERROR : RC::INVALID_PARAM);
+        EXPECT_EQ(codeOf(&HC_Config::Read, config, handle, parameter, buffer.data(), room, copied),
+                  there ? RC::NO_ERROR : RC::INVALID_PARAM);
         EXPECT_EQ(copied, std::min(size, room));
         EXPECT_EQ(buffer[room], '#');
         const std::string text =
@@ -148,29 +146,20 @@ TEST_F(ConfigAttack, FileBeyondTheLimitIsRefusedUnread) {
 TEST_F(ConfigAttack, LackOfMemoryIsACode) {
     put(GOOD);
     HC_Config config;
-    const FACE::String path(m_path.c_str());
     int handle = 0;
-    RC::Value rc = RC::TIMED_OUT;
-    {
+    int written = -1;
+    std::string value(100, 'v');
+    const auto withoutMemory = [&](auto operation, auto&&... arguments) {
         const NoMemory none;
-        config.Initialize(path, rc);
-    }
-    EXPECT_EQ(rc, RC::INVALID_CONFIG);
+        return codeOf(operation, config, arguments...);
+    };
+    EXPECT_EQ(withoutMemory(&HC_Config::Initialize, m_path.c_str()), RC::INVALID_CONFIG);
     ASSERT_EQ(initialize(config), RC::NO_ERROR);
-    {
-        const NoMemory none;
-        config.Open("A", handle, rc);
-    }
-    EXPECT_EQ(rc, RC::INVALID_CONFIG);
+    EXPECT_EQ(withoutMemory(&HC_Config::Open, "A", handle), RC::INVALID_CONFIG);
     handle = open(config, "A");
-    {
-        std::string value(100, 'v');
-        int written = -1;
-        const NoMemory none;
-        config.Write(handle, "Port", value.data(), 100, written, rc);
-        EXPECT_EQ(written, 0);
-    }
-    EXPECT_EQ(rc, RC::INVALID_CONFIG);
+    EXPECT_EQ(withoutMemory(&HC_Config::Write, handle, "Port", value.data(), 100, written),
+              RC::INVALID_CONFIG);
+    EXPECT_EQ(written, 0);
     EXPECT_EQ(read(config, handle, "Port"), "0x10");
 }
 

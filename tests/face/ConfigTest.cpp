@@ -3,7 +3,6 @@
 #include <climits>
 #include <cstring>
 #include <string>
-#include <vector>
 
 #include "face/FaceFixture.h"
 #include "face/HC_Config_Helpers.h"
@@ -16,22 +15,14 @@ using face_test::RC;
 namespace helpers = FACE::HC_Config_Helpers;
 using Whence = HC_Config::WHENCE_TYPE;
 
-class Config : public face_test::ConfigFixture {
+class Config : public face_test::LoadedFixture {
 protected:
-    Config() {
-        put(face_test::GOOD);
-        EXPECT_EQ(initialize(m_config), RC::NO_ERROR);
-    }
-
     /** The name of the container reached, or the code's name in angle brackets. */
     std::string seek(int handle, Whence::Value whence, int offset) {
-        RC::Value rc = RC::TIMED_OUT;
-        m_config.Seek(handle, whence, offset, rc);
+        const RC::Value rc = codeOf(&HC_Config::Seek, m_config, handle, whence, offset);
         return rc == RC::NO_ERROR ? read(m_config, handle, "")
                                   : '<' + std::string(RC::ToString(rc).view()) + '>';
     }
-
-    HC_Config m_config;
 };
 
 TEST_F(Config, OpensByNameAndByTypeWithOneHandleForEachType) {
@@ -49,9 +40,7 @@ TEST_F(Config, OpensByNameAndByTypeWithOneHandleForEachType) {
 
     for (const char* none : {"a", "Link2 ", "", static_cast<const char*>(nullptr)}) {
         int handle = -7;
-        RC::Value rc = RC::NO_ERROR;
-        m_config.Open(none, handle, rc);
-        EXPECT_EQ(rc, RC::INVALID_CONFIG);
+        EXPECT_EQ(codeOf(&HC_Config::Open, m_config, none, handle), RC::INVALID_CONFIG);
         EXPECT_EQ(handle, -7);
     }
 }
@@ -60,11 +49,8 @@ TEST_F(Config, ClosedHandleIsUnknownAndItsNumberNeverComesBack) {
     const int first = open(m_config, "A");
     HC_Config other;
     ASSERT_EQ(initialize(other), RC::NO_ERROR);
-    RC::Value rc = RC::TIMED_OUT;
-    m_config.Close(first, rc);
-    EXPECT_EQ(rc, RC::NO_ERROR);
-    m_config.Close(first, rc);
-    EXPECT_EQ(rc, RC::INVALID_CONFIG);
+    EXPECT_EQ(codeOf(&HC_Config::Close, m_config, first), RC::NO_ERROR);
+    EXPECT_EQ(codeOf(&HC_Config::Close, m_config, first), RC::INVALID_CONFIG);
     const int second = open(other, "A");
     EXPECT_GT(second, first);
     EXPECT_GT(open(m_config, "A"), second);
@@ -122,9 +108,8 @@ TEST_F(Config, SizeAndReadOfEachKindOfParameter) {
         const int handle = open(m_config, row.container);
         EXPECT_EQ(handle, *row.container == 'D' ? device : link);
         int size = -7;
-        RC::Value rc = RC::TIMED_OUT;
-        m_config.Get_Size(handle, row.parameter, size, rc);
-        EXPECT_EQ(rc, row.text != nullptr ? RC::NO_ERROR : RC::INVALID_CONFIG);
+        EXPECT_EQ(codeOf(&HC_Config::Get_Size, m_config, handle, row.parameter, size),
+                  row.text != nullptr ? RC::NO_ERROR : RC::INVALID_CONFIG);
         EXPECT_EQ(size, row.text != nullptr ? static_cast<int>(std::strlen(row.text)) : -7);
         EXPECT_EQ(read(m_config, handle, row.parameter),
                   row.text != nullptr ? row.text : "<INVALID_PARAM>");
@@ -137,9 +122,8 @@ TEST_F(Config, ReadFillsTheBufferAndNotAByteMore) {
         std::string buffer(10, '?');
         const int expected = std::min(size, 4);
         int copied = -1;
-        RC::Value rc = RC::TIMED_OUT;
-        m_config.Read(handle, "Port", buffer.data(), size, copied, rc);
-        EXPECT_EQ(rc, RC::NO_ERROR);
+        EXPECT_EQ(codeOf(&HC_Config::Read, m_config, handle, "Port", buffer.data(), size, copied),
+                  RC::NO_ERROR);
         EXPECT_EQ(copied, expected);
         const std::string text = std::string("0x10").substr(0, static_cast<std::size_t>(expected));
         EXPECT_EQ(buffer, text + std::string(static_cast<std::size_t>(size - expected), '\0') +
@@ -164,12 +148,13 @@ TEST_F(Config, BadBuffersAndHandlesHaveTheirCodes) {
     };
     for (const auto& row : table) {
         int count = -1;
-        RC::Value rc = RC::TIMED_OUT;
-        m_config.Read(row.handle, "Port", row.buffer, row.size, count, rc);
-        EXPECT_EQ(rc, row.expected);
+        EXPECT_EQ(
+            codeOf(&HC_Config::Read, m_config, row.handle, "Port", row.buffer, row.size, count),
+            row.expected);
         EXPECT_EQ(std::exchange(count, -1), 0);
-        m_config.Write(row.handle, "Port", row.buffer, row.size, count, rc);
-        EXPECT_EQ(rc, row.expected);
+        EXPECT_EQ(
+            codeOf(&HC_Config::Write, m_config, row.handle, "Port", row.buffer, row.size, count),
+            row.expected);
         EXPECT_EQ(count, 0);
     }
     EXPECT_STREQ(room.data(), "abc");
@@ -181,9 +166,7 @@ TEST_F(Config, BadBuffersAndHandlesHaveTheirCodes) {
 TEST_F(Config, InitializeFailsInOrderAndMayBeRepeated) {
     HC_Config config;
     int handle = -7;
-    RC::Value rc = RC::NO_ERROR;
-    config.Initialize(FACE::String(nullptr), rc);
-    EXPECT_EQ(rc, RC::INVALID_PARAM);
+    EXPECT_EQ(codeOf(&HC_Config::Initialize, config, FACE::String(nullptr)), RC::INVALID_PARAM);
     std::filesystem::remove(m_path);
     {
         const Captured console;
@@ -200,8 +183,7 @@ TEST_F(Config, InitializeFailsInOrderAndMayBeRepeated) {
         EXPECT_EQ(console.text(), "Configuration XML - " + m_path.string() +
                                       " Error: Unable to locate the HC_Configurations object\n");
     }
-    config.Open("A", handle, rc);
-    EXPECT_EQ(rc, RC::INVALID_MODE);
+    EXPECT_EQ(codeOf(&HC_Config::Open, config, "A", handle), RC::INVALID_MODE);
     put(face_test::GOOD);
     EXPECT_EQ(initialize(config), RC::NO_ERROR);
     put("<Other/>");
@@ -216,9 +198,7 @@ TEST_F(Config, PlatformFileIsFoundBelowTheDeviceRoot) {
     std::filesystem::copy_file(m_path, below);
     ::setenv("HALCYRINE_ROOT", m_directory.c_str(), 1);
     HC_Config config;
-    RC::Value rc = RC::TIMED_OUT;
-    config.Initialize(plain.c_str(), rc);
-    EXPECT_EQ(rc, RC::NO_ERROR);
+    EXPECT_EQ(codeOf(&HC_Config::Initialize, config, plain.c_str()), RC::NO_ERROR);
     EXPECT_EQ(write(config, open(config, "A"), "Port", "7"), RC::NO_ERROR);
     ::unsetenv("HALCYRINE_ROOT");
     m_path = below;

@@ -9,6 +9,7 @@
 
 namespace {
 
+using FACE::HC_Config;
 using face_test::GOOD;
 using face_test::RC;
 
@@ -37,21 +38,15 @@ private:
     void (*m_handler)(int);
 };
 
-class ConfigWrite : public face_test::ConfigFixture {
+class ConfigWrite : public face_test::LoadedFixture {
 protected:
-    ConfigWrite() {
-        put(GOOD);
-        EXPECT_EQ(initialize(m_config), RC::NO_ERROR);
-        m_handle = open(m_config, "A");
-    }
     ~ConfigWrite() override { EXPECT_EQ(filesInDirectory(), m_expectedFiles); }
 
     long filesInDirectory() const {
         return std::distance(std::filesystem::directory_iterator(m_directory), {});
     }
 
-    FACE::HC_Config m_config;
-    int m_handle = -1;
+    int m_handle = open(m_config, "A");
     long m_expectedFiles = 1;
 };
 
@@ -60,7 +55,7 @@ TEST_F(ConfigWrite, EveryValueComesBackFromTheFile) {
     for (const char* parameter : {"Port", "Quoted", "Noted"}) {
         for (const std::string value : {"]]>", "</Port>", "<!--", "<9>&amp;", "\"' x"}) {
             ASSERT_EQ(write(m_config, handle, parameter, value), RC::NO_ERROR);
-            FACE::HC_Config again;
+            HC_Config again;
             ASSERT_EQ(initialize(again), RC::NO_ERROR) << file();
             EXPECT_EQ(read(again, open(again, "B"), parameter), value);
         }
@@ -77,9 +72,8 @@ TEST_F(ConfigWrite, RefusesWhatIsNoParameterWithText) {
 
 TEST_F(ConfigWrite, EmptiedParameterCannotBeWrittenAgain) {
     int written = -1;
-    RC::Value rc = RC::TIMED_OUT;
-    m_config.Write(m_handle, "Text", nullptr, 0, written, rc);
-    EXPECT_EQ(rc, RC::NO_ERROR);
+    EXPECT_EQ(codeOf(&HC_Config::Write, m_config, m_handle, "Text", nullptr, 0, written),
+              RC::NO_ERROR);
     EXPECT_EQ(written, 0);
     EXPECT_EQ(write(m_config, m_handle, "Text", "x"), RC::INVALID_PARAM);
     EXPECT_EQ(read(m_config, m_handle, "Text"), "<INVALID_PARAM>");

@@ -9,15 +9,16 @@
 #include <fstream>
 #include <iostream>
 #include <iterator>
-#include <sstream>
 #include <string>
 
 #include "face/HC_Config.h"
 #include "support/Allocations.h"
 #include "support/Captured.h"
+#include "support/CodeOf.h"
 
 namespace face_test {
 
+using FACE::HC_Config;
 using RC = FACE::RETURN_CODE_TYPE;
 
 /** A directory of its own with one configuration file, and a service over it. */
@@ -41,37 +42,34 @@ protected:
         return {std::istreambuf_iterator<char>(in), {}};
     }
 
-    RC::Value initialize(FACE::Configuration& config) const {
-        RC::Value rc = RC::TIMED_OUT;
-        config.Initialize(m_path.c_str(), rc);
-        return rc;
+    RC::Value initialize(HC_Config& config) const {
+        return codeOf(&HC_Config::Initialize, config, m_path.c_str());
     }
 
     /** The handle; -1 with a failed expectation when there is none. */
-    static int open(FACE::Configuration& config, const char* container) {
+    static int open(HC_Config& config, const char* container) {
         int handle = -1;
-        RC::Value rc = RC::TIMED_OUT;
-        config.Open(container, handle, rc);
-        EXPECT_EQ(rc, RC::NO_ERROR) << container;
+        EXPECT_EQ(codeOf(&HC_Config::Open, config, container, handle), RC::NO_ERROR) << container;
         return handle;
     }
 
     /** The text, or the code's name in angle brackets. */
-    static std::string read(FACE::Configuration& config, int handle, const char* parameter) {
+    static std::string read(HC_Config& config, int handle, const char* parameter) {
         std::string text(64, '?');
         int copied = -1;
-        RC::Value rc = RC::TIMED_OUT;
-        config.Read(handle, parameter, text.data(), 64, copied, rc);
+        const RC::Value rc =
+            codeOf(&HC_Config::Read, config, handle, parameter, text.data(), 64, copied);
         text.resize(static_cast<std::size_t>(copied));
         return rc == RC::NO_ERROR ? text : '<' + std::string(RC::ToString(rc).view()) + '>';
     }
 
-    static RC::Value write(FACE::Configuration& config, int handle, const char* parameter,
+    static RC::Value write(HC_Config& config, int handle, const char* parameter,
                            std::string value) {
+        const auto size = static_cast<int>(value.size());
         int written = -1;
-        RC::Value rc = RC::TIMED_OUT;
-        config.Write(handle, parameter, value.data(), static_cast<int>(value.size()), written, rc);
-        EXPECT_EQ(written, rc == RC::NO_ERROR ? static_cast<int>(value.size()) : 0);
+        const RC::Value rc =
+            codeOf(&HC_Config::Write, config, handle, parameter, value.data(), size, written);
+        EXPECT_EQ(written, rc == RC::NO_ERROR ? size : 0);
         return rc;
     }
 
@@ -117,5 +115,16 @@ inline const std::string GOOD = R"(<?xml version="1.0" encoding="UTF-8"?>
     </Link>
 </HC_Configurations>
 )";
+
+/** A service that has read the good file. */
+class LoadedFixture : public ConfigFixture {
+protected:
+    LoadedFixture() {
+        put(GOOD);
+        EXPECT_EQ(initialize(m_config), RC::NO_ERROR);
+    }
+
+    HC_Config m_config;
+};
 
 }  // namespace face_test

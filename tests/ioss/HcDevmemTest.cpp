@@ -5,7 +5,6 @@
 #include <array>
 #include <atomic>
 #include <iostream>
-#include <map>
 #include <stdexcept>
 #include <thread>
 

@@ -14,6 +14,7 @@
 
 #include "face/HC_Config.h"
 #include "ioss/TemporaryUnit.h"
+#include "support/CodeOf.h"
 
 using R = FACE::RETURN_CODE_TYPE;
 
@@ -37,9 +38,7 @@ protected:
 
     template <typename Operation, typename... Arguments>
     Code code(Operation operation, Arguments&&... arguments) {
-        Code rc = UNSET;
-        std::invoke(operation, *m_service, std::forward<Arguments>(arguments)..., rc);
-        return rc;
+        return codeOf(operation, *m_service, std::forward<Arguments>(arguments)...);
     }
     Code open(const char* name) { return code(&Service::Open_Connection, name, -1, m_connection); }
     Code close(long long connection) { return code(&Service::Close_Connection, connection); }

@@ -5,10 +5,8 @@
 
 #include <algorithm>
 #include <atomic>
-#include <chrono>
 #include <cstring>
 #include <filesystem>
-#include <functional>
 #include <initializer_list>
 #include <iostream>
 #include <limits>
@@ -24,6 +22,7 @@
 #include "ioss_mcsq/GssipTopicSerializer.h"
 #include "ioss_mcsq/QueueSupport.h"
 #include "support/Allocations.h"
+#include "support/CodeOf.h"
 
 namespace {
 
@@ -103,9 +102,8 @@ protected:
     ~GssipMcsqTest() override { m_adapter.reset(); }
 
     Code hear(const char* channel, GssipMcsq::Callback callback) {
-        Code rc = UNSET;
-        m_adapter->Connect_ReadOnly(m_file.c_str(), channel, std::move(callback), rc);
-        return rc;
+        return codeOf(&GssipMcsq::Connect_ReadOnly, *m_adapter, m_file.c_str(), channel,
+                      std::move(callback));
     }
     /** Hears "IN" and keeps the sequence numbers of what arrives. */
     void hearNumbers() {
@@ -119,15 +117,13 @@ protected:
     }
     long long connect(const char* channel) {
         long long connection = -1;
-        Code rc = UNSET;
-        m_adapter->Connect_WriteOnly(m_file.c_str(), channel, connection, rc);
-        EXPECT_EQ(rc, R::NO_ERROR);
+        EXPECT_EQ(
+            codeOf(&GssipMcsq::Connect_WriteOnly, *m_adapter, m_file.c_str(), channel, connection),
+            R::NO_ERROR);
         return connection;
     }
     Code write(long long connection, const GSSIP& message) {
-        Code rc = UNSET;
-        m_adapter->Write(connection, message, rc);
-        return rc;
+        return codeOf(&GssipMcsq::Write, *m_adapter, connection, message);
     }
     bool hears(std::size_t count) {
         return eventually([&] { return m_heard == count; });
@@ -277,11 +273,9 @@ TEST_F(GssipMcsqTest, WriteTellsTheDevicesAnswerAndNothingElse) {
     m_adapter = std::make_unique<GssipMcsq>("unit", std::vector<unsigned short>{6000, 1});
     std::vector<long long> echoed;
     long long echo = -1;
-    Code rc = UNSET;
-    m_adapter->Connect_IOWrite(
-        m_file.c_str(), "ECHO", echo,
-        [&](const GSSIP& message) { echoed.push_back(message.header().seq_num()); }, rc);
-    ASSERT_EQ(rc, R::NO_ERROR);
+    const auto keep = [&](const GSSIP& message) { echoed.push_back(message.header().seq_num()); };
+    ASSERT_EQ(codeOf(&GssipMcsq::Connect_IOWrite, *m_adapter, m_file.c_str(), "ECHO", echo, keep),
+              R::NO_ERROR);
     GSSIP misleading = messageOf(20, 5040, 4);
     misleading.num_bytes(19);
     const std::pair<GSSIP, bool> rows[] = {{messageOf(20, 5040, 1), true},

@@ -1,7 +1,6 @@
 /** An FPGA in a file, whose register accesses are watched. */
 #pragma once
 
-#include <algorithm>
 #include <map>
 #include <stdexcept>
 
@@ -76,8 +75,11 @@ protected:
         memory.write(reinterpret_cast<const char*>(&value), sizeof(value));
     }
 
-    /** What InitFpga raises over the blocks, without the place of its origin. */
-    std::string failure() {
+    /** What InitFpga raises over the blocks, without the place of its origin. The read of the
+     *  register at `spoiled` fails. */
+    std::string failure(std::uint32_t spoiled = ~0U) {
+        m_device = std::make_shared<WatchedDevmem>();
+        m_device->spoiled = spoiled;
         for (const auto& [offset, value] : m_registers) {
             putInMemory(0x4000 + offset, value);
         }
@@ -101,6 +103,6 @@ protected:
     std::vector<Container> m_blocks;
     std::map<std::uint32_t, std::uint64_t> m_registers{
         {0, 58982400}, {8, 2}, {16, 1}, {24, 3}, {32, 4}, {128, 0x123456789ABCDE}};
-    std::shared_ptr<WatchedDevmem> m_device = std::make_shared<WatchedDevmem>();
+    std::shared_ptr<WatchedDevmem> m_device;  ///< of the last start
     FpgaFace& m_fpga = FpgaFace::Instance();
 };

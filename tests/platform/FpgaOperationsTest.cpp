@@ -1,6 +1,9 @@
 /** The named operations: which register each touches, and what it makes of it. */
+#include <algorithm>
+#include <array>
 #include <chrono>
 #include <functional>
+#include <limits>
 
 #include "platform/FpgaFixture.h"
 
@@ -39,56 +42,47 @@ protected:
 constexpr std::uint64_t pattern = 0xF1E2D3C4B5A69788;
 constexpr std::uint64_t low = 0xB5A69788;
 
+/** Indexes beyond a register's last one. */
+std::array<int, 4> beyond(int last) {
+    return {last + 1, -1, std::numeric_limits<int>::min(), std::numeric_limits<int>::max()};
+}
+
 TEST_F(FpgaOperations, EachGetterReadsItsRegisterOnceAndNoneBeyondTheLast) {
     struct Case {
         std::string place;
-        int index;  ///< the last one there is
+        int last;
         std::uint64_t value;
         std::function<std::uint64_t(FpgaFace&, int)> get;
         std::uint64_t none = 0;
     };
-    const auto u = [](int index) { return static_cast<std::uint32_t>(index); };
+    using F = FpgaFace;
     for (const Case& each : std::vector<Case>{
-             {"TimeStamp_Interface 528 64", 2, pattern,
-              [&](auto&f, int i) { return f.getUARTDataTimestampRaw(u(i)); }},
-             {"TimeStamp_Interface 160 64", 3, pattern,
-              [](auto&f, int i) { return f.getPulseTimestampRaw(i); }},
-             {"TimeStamp_Interface 400 32", 2, low,
-              [&](auto&f, int i) { return f.getUartDelay(u(i)); }},
-             {"Peripheral_Interface 16 32", 4, low,
-              [](auto&f, int i) { return f.fpga_get_periph_control(i); }},
-             {"PpsSlave_Interface 32 32", 8, low,
-              [](auto&f, int i) { return f.fpga_get_ppsSlave_control(i); }},
-             {"PtpClock_Interface 116 32", 29, low,
-              [](auto&f, int i) { return f.fpga_get_ptpClock_control(i); }},
-             {"Ptfe_Interface1 0 64", 1, pattern,
-              [&](auto&f, int i) { return f.getPtfeFirmwareId(u(i)); }},
-             {"Ptfe_Interface1 24 32", 1, low,
-              [&](auto&f, int i) { return f.getPtfeStatus(u(i)); }},
-             {"Ptfe_Interface1 32 64", 1, 0x3C4B5A69788,
-              [&](auto&f, int i) { return f.getDfNcoRate(u(i)); }},
-             {"Ptfe_Interface1 48 64", 1, 0xC4B5A69788,
-              [&](auto&f, int i) { return f.getDtNcoPhase(u(i)); }},
-             {"Ptfe_Interface1 56 32", 1, low, [&](auto&f, int i) { return f.getDtCycles(u(i)); }},
-             {"Ptfe_Interface1 16 32", 1, low + 1,
-              [&](auto&f, int i) { return f.getPtfeMeasuredFreqEstimate(u(i)); }, 1},
-             {"PulseGen_Interface1 4 32", 1, low,
-              [&](auto&f, int i) { return f.fpga_pulsegen_get_Int_phase(u(i)); }},
-             {"PulseGen_Interface1 8 32", 1, low,
-              [&](auto&f, int i) { return f.fpga_pulsegen_get_Ext_phase(u(i)); }},
+             {"TimeStamp_Interface 528 64", 2, pattern, &F::getUARTDataTimestampRaw},
+             {"TimeStamp_Interface 160 64", 3, pattern, &F::getPulseTimestampRaw},
+             {"TimeStamp_Interface 400 32", 2, low, &F::getUartDelay},
+             {"Peripheral_Interface 16 32", 4, low, &F::fpga_get_periph_control},
+             {"PpsSlave_Interface 32 32", 8, low, &F::fpga_get_ppsSlave_control},
+             {"PtpClock_Interface 116 32", 29, low, &F::fpga_get_ptpClock_control},
+             {"Ptfe_Interface1 0 64", 1, pattern, &F::getPtfeFirmwareId},
+             {"Ptfe_Interface1 24 32", 1, low, &F::getPtfeStatus},
+             {"Ptfe_Interface1 32 64", 1, 0x3C4B5A69788, &F::getDfNcoRate},
+             {"Ptfe_Interface1 48 64", 1, 0xC4B5A69788, &F::getDtNcoPhase},
+             {"Ptfe_Interface1 56 32", 1, low, &F::getDtCycles},
+             {"Ptfe_Interface1 16 32", 1, low + 1, &F::getPtfeMeasuredFreqEstimate, 1},
+             {"PulseGen_Interface1 4 32", 1, low, &F::fpga_pulsegen_get_Int_phase},
+             {"PulseGen_Interface1 8 32", 1, low, &F::fpga_pulsegen_get_Ext_phase},
          }) {
         SCOPED_TRACE(each.place);
         poke(each.place, pattern);
-        EXPECT_EQ(each.get(m_fpga, each.index), each.value);
+        EXPECT_EQ(each.get(m_fpga, each.last), each.value);
         EXPECT_EQ(done(), Strings{each.place});
-        for (const int beyond : {each.index + 1, -1, std::numeric_limits<int>::min(),
-                                 std::numeric_limits<int>::max()}) {
-            EXPECT_EQ(each.get(m_fpga, beyond), each.none) << beyond;
+        for (const int index : beyond(each.last)) {
+            EXPECT_EQ(each.get(m_fpga, index), each.none) << index;
         }
         EXPECT_EQ(done(), Strings{});
         m_device->spoiled =
             static_cast<std::uint32_t>(std::stoul(each.place.substr(each.place.find(' '))));
-        EXPECT_EQ(each.get(m_fpga, each.index), each.none) << "whatever was read";
+        EXPECT_EQ(each.get(m_fpga, each.last), each.none) << "whatever was read";
         m_device->spoiled = ~0U;
         poke(each.place, 0);
         m_device->log.clear();
@@ -98,39 +92,37 @@ TEST_F(FpgaOperations, EachGetterReadsItsRegisterOnceAndNoneBeyondTheLast) {
 TEST_F(FpgaOperations, EachSetterWritesItsRegisterOnceAndNoneBeyondTheLast) {
     struct Case {
         std::string place;
-        int index;  ///< the last one there is
-        std::function<void(FpgaFace&, int)> set;
+        int last;
+        std::function<void(FpgaFace&, int, std::uint64_t)> set;
     };
-    const auto u = [](int index) { return static_cast<std::uint32_t>(index); };
+    using F = FpgaFace;
+    const auto ticks =
+        static_cast<void (F::*)(std::uint32_t, std::uint32_t) const>(&F::setUartDelay);
+    const auto delay = [](std::uint32_t rate, std::uint32_t factor1, std::uint32_t factor2) {
+        return [=](F& fpga, std::uint32_t uart, auto&&) {
+            fpga.setUartDelay(uart, rate, factor1, factor2);
+        };
+    };
+    const std::string whole = " = " + std::to_string(pattern);
+    const std::string half = " = " + std::to_string(low);
     for (const Case& each : std::vector<Case>{
-             {"TimeStamp_Interface 400 32 = 7", 2, [&](auto&f, int i) { f.setUartDelay(u(i), 7); }},
-             {"TimeStamp_Interface 400 32 = 20480", 2,
-              [&](auto&f, int i) { f.setUartDelay(u(i), 115200, 10, 4); }},
-             {"TimeStamp_Interface 400 32 = 8", 2,  // 8.4
-              [&](auto&f, int i) { f.setUartDelay(u(i), 7000000, 1, 1); }},
-             {"TimeStamp_Interface 400 32 = 4294967295", 2,
-              [&](auto&f, int i) { f.setUartDelay(u(i), 1, 1000, 1000); }},
-             {"TimeStamp_Interface 400 32 = 4294967295", 2,
-              [&](auto&f, int i) { f.setUartDelay(u(i), 0, 1, 1); }},
-             {"Peripheral_Interface 16 32 = 7", 4,
-              [](auto&f, int i) { f.fpga_set_periph_control(i, 7); }},
-             {"PpsSlave_Interface 32 32 = 7", 8,
-              [](auto&f, int i) { f.fpga_set_ppsSlave_control(i, 7); }},
-             {"PtpClock_Interface 116 32 = 7", 29,
-              [](auto&f, int i) { f.fpga_set_ptpClock_control(i, 7); }},
-             {"Ptfe_Interface1 200 64 = 17429726349691885448", 1,
-              [&](auto&f, int i) { f.setPtfeDefaultNcoRate(u(i), pattern); }},
-             {"PulseGen_Interface1 4 32 = 7", 1,
-              [&](auto&f, int i) { f.fpga_pulsegen_set_Int_phase(u(i), 7); }},
-             {"PulseGen_Interface1 8 32 = 7", 1,
-              [&](auto&f, int i) { f.fpga_pulsegen_set_Ext_phase(u(i), 7); }},
+             {"TimeStamp_Interface 400 32" + half, 2, ticks},
+             {"TimeStamp_Interface 400 32 = 20480", 2, delay(115200, 10, 4)},
+             {"TimeStamp_Interface 400 32 = 8", 2, delay(7000000, 1, 1)},  // 8.4
+             {"TimeStamp_Interface 400 32 = 4294967295", 2, delay(1, 1000, 1000)},
+             {"TimeStamp_Interface 400 32 = 4294967295", 2, delay(0, 1, 1)},
+             {"Peripheral_Interface 16 32" + half, 4, &F::fpga_set_periph_control},
+             {"PpsSlave_Interface 32 32" + half, 8, &F::fpga_set_ppsSlave_control},
+             {"PtpClock_Interface 116 32" + half, 29, &F::fpga_set_ptpClock_control},
+             {"Ptfe_Interface1 200 64" + whole, 1, &F::setPtfeDefaultNcoRate},
+             {"PulseGen_Interface1 4 32" + half, 1, &F::fpga_pulsegen_set_Int_phase},
+             {"PulseGen_Interface1 8 32" + half, 1, &F::fpga_pulsegen_set_Ext_phase},
          }) {
         SCOPED_TRACE(each.place);
-        each.set(m_fpga, each.index);
+        each.set(m_fpga, each.last, pattern);
         EXPECT_EQ(done(), Strings{each.place});
-        for (const int beyond : {each.index + 1, -1, std::numeric_limits<int>::min(),
-                                 std::numeric_limits<int>::max()}) {
-            each.set(m_fpga, beyond);
+        for (const int index : beyond(each.last)) {
+            each.set(m_fpga, index, pattern);
         }
         EXPECT_EQ(done(), Strings{});
     }
@@ -146,9 +138,8 @@ TEST_F(FpgaOperations, ReadAndClearTellWhatWasThere) {
     EXPECT_EQ(m_fpga.fpga_get_periph_control(2), 0U);
     EXPECT_EQ(m_fpga.getPtfeStatus(0), 0U);
     done();
-    for (const int none : {5, -1}) {
-        EXPECT_EQ(m_fpga.fpga_reset_periph_control(none), 0U);
-    }
+    EXPECT_EQ(m_fpga.fpga_reset_periph_control(5), 0U);
+    EXPECT_EQ(m_fpga.fpga_reset_periph_control(-1), 0U);
     EXPECT_EQ(m_fpga.getAndClearPtfeStatus(2), 0U);
     EXPECT_EQ(done(), Strings{});
 }

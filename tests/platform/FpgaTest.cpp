@@ -4,7 +4,6 @@ namespace {
 
 TEST_F(Fpga, OpensEveryBlockInOrderAndClosesThem) {
     for (const std::ptrdiff_t engines : {0, 1, 2}) {
-        m_device = std::make_shared<WatchedDevmem>();
         m_registers[16] = static_cast<std::uint64_t>(engines);
         EXPECT_EQ(failure(), "");
         EXPECT_EQ(m_device->opened, Strings(m_all.begin(), m_all.begin() + 5 + 2 * engines));
@@ -19,7 +18,6 @@ TEST_F(Fpga, BlockThatIsMissingEndsTheStartWithItsText) {
                         "PTP Clock", "PTFE 0",     "PulseGen 0"};
     const std::vector<Container> all = m_blocks;
     for (std::size_t i = 0; i < names.size(); ++i) {
-        m_device = std::make_shared<WatchedDevmem>();
         m_blocks = all;
         m_blocks.erase(m_blocks.begin() + static_cast<std::ptrdiff_t>(i));
         EXPECT_EQ(failure(), "INVALID_CONFIG FpgaFace() FAILED to open " + names[i] + " interface");
@@ -40,9 +38,7 @@ TEST_F(Fpga, RegisterThatFailsOrCannotBeEndsTheStartWithItsText) {
                                               {24, "number of Pulses"},
                                               {32, "number of Periphs"},
                                               {0, "clock rate"}}) {
-        m_device = std::make_shared<WatchedDevmem>();
-        m_device->spoiled = offset;
-        EXPECT_EQ(failure(), "INVALID_MODE FpgaFace() FAILED to read FPGA " + what);
+        EXPECT_EQ(failure(offset), "INVALID_MODE FpgaFace() FAILED to read FPGA " + what);
         EXPECT_EQ(m_device->reads.back(), offset);
     }
     struct Row {
@@ -57,7 +53,6 @@ TEST_F(Fpga, RegisterThatFailsOrCannotBeEndsTheStartWithItsText) {
              {16, 1ULL << 40, "number of PTFEs out of range, got 1099511627776, at most 64"},
              {8, ~0ULL,
               "number of UARTs out of range, got 18446744073709551615, at most 4294967295"}}) {
-        m_device = std::make_shared<WatchedDevmem>();
         m_registers = registers;
         m_registers[row.offset] = row.value;
         EXPECT_EQ(failure(), "INVALID_MODE FpgaFace() FPGA " + row.text);

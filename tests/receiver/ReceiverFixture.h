@@ -1,10 +1,7 @@
 /** Frames as the receiver sends them, built and spoiled byte by byte. */
 #pragma once
 
-#include <cstdint>
 #include <cstring>
-#include <iostream>
-#include <sstream>
 #include <string>
 #include <vector>
 

@@ -14,7 +14,6 @@
 #include <sstream>
 #include <stdexcept>
 #include <string>
-#include <thread>
 #include <tuple>
 #include <utility>
 #include <vector>
@@ -22,6 +21,7 @@
 #include "aspn2_msgs/CommandResponsePubSubTypes.h"
 #include "bench/siblings/Catalogue.h"
 #include "face/HC_Config.h"
+#include "support/CodeOf.h"
 #include "support/Eventually.h"
 #include "tss/HC_TypedTS.h"
 #include "utilities/Mutex.h"
@@ -30,12 +30,17 @@ namespace tss_tests {
 
 using namespace FACE;
 using Code = RETURN_CODE_TYPE::Value;
+constexpr Code NO_ERROR = RETURN_CODE_TYPE::NO_ERROR;
+constexpr Code NO_ACTION = RETURN_CODE_TYPE::NO_ACTION;
+constexpr Code NOT_AVAILABLE = RETURN_CODE_TYPE::NOT_AVAILABLE;
+constexpr Code INVALID_PARAM = RETURN_CODE_TYPE::INVALID_PARAM;
+constexpr Code INVALID_CONFIG = RETURN_CODE_TYPE::INVALID_CONFIG;
+constexpr Code CONNECTION_CLOSED = RETURN_CODE_TYPE::CONNECTION_CLOSED;
 using aspn2_msgs::idl::CommandResponse;
-using aspn2_msgs::idl::EventLog;
-using aspn2_msgs::idl::MaintenanceEvent;
 
 template <typename T>
 using Typed = TSS::Details::HC_TypedTS<T>;
+using Front = Typed<CommandResponse>;
 
 /** Parameters by name; one with an empty value is left out. */
 using Parameters = std::map<std::string, std::string>;
@@ -58,12 +63,16 @@ constexpr long long refused(Code code) {
 }
 
 /** The message as it travels, encapsulation header and all. */
+inline std::string payloadOf(eprosima::fastdds::dds::TopicDataType& support, void* message) {
+    eprosima::fastrtps::rtps::SerializedPayload_t payload(
+        support.getSerializedSizeProvider(message)());
+    EXPECT_TRUE(support.serialize(message, &payload));
+    return {reinterpret_cast<const char*>(payload.data), payload.length};
+}
 inline std::string payloadOf(const CommandResponse& message) {
     aspn2_msgs::idl::CommandResponsePubSubType type;
     CommandResponse copy = message;
-    eprosima::fastrtps::rtps::SerializedPayload_t payload(type.getSerializedSizeProvider(&copy)());
-    type.serialize(&copy, &payload);
-    return {reinterpret_cast<const char*>(payload.data), payload.length};
+    return payloadOf(type, &copy);
 }
 
 /** A TCP port that somebody listens on. */
@@ -161,17 +170,14 @@ private:
 /** One server's end: file, transport and the typed fronts. */
 class Server {
 public:
-    explicit Server(const Parameters& changes, const std::string& name = "tester")
-        : m_file(std::filesystem::temp_directory_path() /
-                 ("tss_" + std::to_string(::getpid()) + "_" + std::to_string(s_count++) + ".xml")),
-          tss(std::make_shared<TSS::HC_TSS>(name)) {
-        Parameters domain{{"DomainId", freshDomain()}, {"HistoryDepth", "16"},
-                          {"UseBestEffort", "false"},  {"BackFillHistory", "false"},
-                          {"UseTransport", "SHM"},     {"TcpAddress", "127.0.0.1"},
-                          {"TcpPort", "5100"}};
-        for (const auto& [parameter, value] : changes) {
-            domain[parameter] = value;
-        }
+    explicit Server(const Parameters& changes) : domain(changes) {
+        domain.merge(Parameters{{"DomainId", freshDomain()},
+                                {"HistoryDepth", "16"},
+                                {"UseBestEffort", "false"},
+                                {"BackFillHistory", "false"},
+                                {"UseTransport", "SHM"},
+                                {"TcpAddress", "127.0.0.1"},
+                                {"TcpPort", "5100"}});
         std::ofstream file(m_file);
         file << "<HC_Configurations>" << container("FastRtps", domain);
         const std::string command = "aspn2_msgs::idl::CommandResponse";
@@ -200,47 +206,33 @@ public:
 
     /** The code of Initialize. */
     Code start() {
-        Code rc{};
-        tss->Set_Reference("", std::make_shared<HC_Config>(), 0, rc);
-        typed.Set_Reference("", tss, 0, rc);
-        tss->Initialize(m_file.c_str(), rc);
-        return rc;
+        codeOf(&TSS::HC_TSS::Set_Reference, *tss, "", std::make_shared<HC_Config>(), 0);
+        codeOf(&Front::Set_Reference, typed, "", tss, 0);
+        return codeOf(&TSS::HC_TSS::Initialize, *tss, m_file.c_str());
     }
 
     /** The id, or `refused(code)`. */
     long long connect(const std::string& name) {
-        Code rc{};
         long long connection = 0;
         int size = 0;
-        tss->Create_Connection(name.c_str(), -1, connection, size, rc);
-        return rc == RETURN_CODE_TYPE::NO_ERROR ? connection : refused(rc);
+        const Code rc =
+            codeOf(&TSS::HC_TSS::Create_Connection, *tss, name.c_str(), -1, connection, size);
+        return rc == NO_ERROR ? connection : refused(rc);
     }
 
     Code send(long long connection, const std::string& text) {
-        Code rc{};
         long long transaction = 0;
-        typed.Send_Message(connection, -1, transaction, command(text), rc);
-        return rc;
+        return codeOf(&Front::Send_Message, typed, connection, -1, transaction, command(text));
     }
     Code receive(long long connection, TSS::Read_Callback<CommandResponse> callback) {
-        Code rc{};
-        typed.Register_Callback(connection, std::move(callback), rc);
-        return rc;
+        return codeOf(&Front::Register_Callback, typed, connection, std::move(callback));
     }
-    Code sender(long long connection) {
-        Code rc{};
-        typed.Register_Sender(connection, rc);
-        return rc;
-    }
+    Code sender(long long connection) { return codeOf(&Front::Register_Sender, typed, connection); }
     Code endSender(long long connection) {
-        Code rc{};
-        tss->Unregister_Sender(connection, rc);
-        return rc;
+        return codeOf(&TSS::HC_TSS::Unregister_Sender, *tss, connection);
     }
     Code endCallback(long long connection) {
-        Code rc{};
-        tss->Unregister_Callback(connection, rc);
-        return rc;
+        return codeOf(&TSS::HC_TSS::Unregister_Callback, *tss, connection);
     }
 
     /** Waits until the connection's writer has `readers` and its reader `writers`. */
@@ -266,11 +258,14 @@ private:
     }
 
     static inline int s_count = 0;
-    const std::filesystem::path m_file;
+    const std::filesystem::path m_file =
+        std::filesystem::temp_directory_path() /
+        ("tss_" + std::to_string(::getpid()) + "_" + std::to_string(s_count++) + ".xml");
 
 public:
-    const std::shared_ptr<TSS::HC_TSS> tss;
-    Typed<CommandResponse> typed;
+    Parameters domain;  ///< of the container "FastRtps"
+    const std::shared_ptr<TSS::HC_TSS> tss = std::make_shared<TSS::HC_TSS>("tester");
+    Front typed;
 };
 
 }  // namespace tss_tests

@@ -4,14 +4,13 @@
  *  Usage: test_tss_peer <domain> <SHM|UDP|TCP_Client|TCP_Server> <port>
  *  Reads one order a line and answers each with a line; ends with its input.
  *
- *      writer <topic>               makes the writer; "writer <entity id>"
- *      reader <topic> <0|1>         makes the reader, 1: back-filled; "got <payload>" for each
- *      echo <topic> <topic>         sends what comes on the first back on the second
- *      mirror <topic> <topic> <T>   the same for another type, back-filled
- *      matched <n>                  waits until the writer has n readers, no more; "matched"
- *      write <n> <per second> <payload>   0: as fast as it goes; "written"
+ *      writer <topic>               makes a writer of commands; "writer <entity id>"
+ *      reader <topic> <0|1>         makes a reader of them, 1: back-filled; each: "got <payload>"
+ *      mirror <topic> <topic> <T>   sends what comes on the first, of type T, back on the second
+ *      matched <n>                  waits until the last writer has n readers, no more; "matched"
+ *      write <n> <per second> <payload>   by the last writer, 0: as fast as it goes; "written"
  *
- *  Payloads are hexadecimal, encapsulation header and all.
+ *  Payloads and ids are hexadecimal; a payload has its encapsulation header.
  */
 #include <fastdds/rtps/transport/TCPv4TransportDescriptor.h>
 #include <fastdds/rtps/transport/UDPv4TransportDescriptor.h>
@@ -102,22 +101,22 @@ private:
 
 class Reader : public SubscriberListener {
 public:
-    explicit Reader(Writer* echo) : m_echo(echo) {}
+    explicit Reader(Writer* mirror) : m_mirror(mirror) {}
     void onNewDataMessage(Subscriber* subscriber) override {
         std::string payload;
         SampleInfo_t info;
         if (!subscriber->takeNextData(&payload, &info)) {
             return;
         }
-        if (m_echo != nullptr) {
-            m_echo->publisher->write(&payload);
+        if (m_mirror != nullptr) {
+            m_mirror->publisher->write(&payload);
         } else {
             say("got " + toHex(payload));
         }
     }
 
 private:
-    Writer* const m_echo;
+    Writer* const m_mirror;
 };
 
 class Peer {
@@ -128,7 +127,7 @@ public:
         m_attributes.rtps.setName("peer");
         addTransport(transport, port);
         m_participant = Domain::createParticipant(m_attributes);
-        Domain::registerType(m_participant, &m_type);
+        Domain::registerType(m_participant, &m_types.emplace_back(command));
     }
 
     ~Peer() { Domain::removeParticipant(m_participant); }
@@ -142,34 +141,27 @@ public:
         order >> verb;
         if (verb == "writer") {
             order >> topic;
-            makeWriter(topic);
-            std::ostringstream id;
-            id << m_writer.publisher->getGuid().entityId;
-            say("writer " + id.str());
+            makeWriter(topic, command);
+            const auto& id = m_writers.back().publisher->getGuid().entityId.value;
+            say("writer " + toHex({reinterpret_cast<const char*>(id), sizeof id}));
         } else if (verb == "reader") {
             bool backFilled = false;
             order >> topic >> backFilled;
-            makeReader(topic, backFilled, &m_reader);
+            makeReader(topic, command, backFilled, nullptr);
             say("reader");
-        } else if (verb == "echo") {
-            order >> topic >> rest;
-            makeWriter(rest);
-            makeReader(topic, false, &m_echo);
-            say("echo");
         } else if (verb == "mirror") {
             std::string type;
             order >> topic >> rest >> type;
-            Mirror& mirror = m_mirrors.emplace_back(type.c_str());
             if (type != command) {
-                Domain::registerType(m_participant, &mirror.type);
+                Domain::registerType(m_participant, &m_types.emplace_back(type.c_str()));
             }
-            makeWriter(rest, type, mirror.writer);
-            makeReader(topic, true, &mirror.reader, type);
+            makeWriter(rest, type);
+            makeReader(topic, type, true, &m_writers.back());
             say("mirror");
         } else if (verb == "matched") {
             int wanted = 0;
             order >> wanted;
-            m_writer.wait(wanted);
+            m_writers.back().wait(wanted);
             say("matched");
         } else if (verb == "write") {
             int count = 0;
@@ -216,27 +208,27 @@ private:
         attributes.historyMemoryPolicy = rtps::PREALLOCATED_WITH_REALLOC_MEMORY_MODE;
     }
 
-    void makeWriter(const std::string& topic) { makeWriter(topic, command, m_writer); }
-    void makeWriter(const std::string& topic, const std::string& type, Writer& writer) {
+    void makeWriter(const std::string& topic, const std::string& type) {
+        Writer& writer = m_writers.emplace_back();
         PublisherAttributes attributes;
         describe(attributes, topic, type);
         attributes.qos.m_durability.kind = TRANSIENT_LOCAL_DURABILITY_QOS;
         writer.publisher = Domain::createPublisher(m_participant, attributes, &writer);
     }
 
-    void makeReader(const std::string& topic, bool backFilled, Reader* listener,
-                    const std::string& type = command) {
+    void makeReader(const std::string& topic, const std::string& type, bool backFilled,
+                    Writer* mirror) {
         SubscriberAttributes attributes;
         describe(attributes, topic, type);
         attributes.qos.m_durability.kind =
             backFilled ? TRANSIENT_LOCAL_DURABILITY_QOS : VOLATILE_DURABILITY_QOS;
-        Domain::createSubscriber(m_participant, attributes, listener);
+        Domain::createSubscriber(m_participant, attributes, &m_readers.emplace_back(mirror));
     }
 
     void write(int count, int rate, std::string payload) {
         const auto begin = std::chrono::steady_clock::now();
         for (int i = 0; i < count; ++i) {
-            m_writer.publisher->write(&payload);
+            m_writers.back().publisher->write(&payload);
             if (rate > 0) {
                 std::this_thread::sleep_until(begin +
                                               std::chrono::nanoseconds(1000000000) / rate * i);
@@ -244,20 +236,10 @@ private:
         }
     }
 
-    /** What comes on one topic goes out on another. */
-    struct Mirror {
-        explicit Mirror(const char* name) : type(name) {}
-        Raw type;
-        Writer writer;
-        Reader reader{&writer};
-    };
-
     ParticipantAttributes m_attributes;
-    Raw m_type{command};
-    Writer m_writer;
-    Reader m_reader{nullptr};
-    Reader m_echo{&m_writer};
-    std::deque<Mirror> m_mirrors;
+    std::deque<Raw> m_types;
+    std::deque<Writer> m_writers;
+    std::deque<Reader> m_readers;
     Participant* m_participant = nullptr;
 };
 
