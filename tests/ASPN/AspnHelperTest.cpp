@@ -17,12 +17,6 @@ timestamp stampOf(const idl::timestamp& message) {
     return {message.sec(), message.nsec(), message.time_code()};
 }
 
-idl::header messageWithToV(std::int64_t sec, std::int32_t nsec) {
-    idl::header message;
-    ASPN2::copyHeader_fromTo({0, {}, {sec, nsec, 0}, 0}, message);
-    return message;
-}
-
 TEST(TimeCodes, TicksBecomeAStampWithTheProcessesTimeCode) {
     struct Case {
         std::uint64_t ticks;
@@ -100,8 +94,10 @@ TEST(TimeCodes, DifferenceOfValidityIsSignedAndDefinedForAnyStamps) {
                           {{0, 2147483647, 0}, {0, -2147483647, 0}, 4294967294e-9}}) {
         const ASPN2::header a{0, {}, c.a, 0};
         const ASPN2::header b{0, {}, c.b, 0};
-        const idl::header messageA = messageWithToV(c.a.sec, c.a.nsec);
-        const idl::header messageB = messageWithToV(c.b.sec, c.b.nsec);
+        idl::header messageA;
+        idl::header messageB;
+        ASPN2::copyHeader_fromTo(a, messageA);
+        ASPN2::copyHeader_fromTo(b, messageB);
         EXPECT_DOUBLE_EQ(ASPN2::deltaTov(a, b), c.delta);
         EXPECT_EQ(ASPN2::deltaTov(b, a), -ASPN2::deltaTov(a, b));
         EXPECT_EQ(ASPN2::deltaTov(messageA, messageB), ASPN2::deltaTov(a, b));
@@ -160,16 +156,12 @@ TEST(DeviceIds, NamesOfServersAndComponents) {
                                    {255, "INVALID_SERVER_ID"}}) {
         EXPECT_STREQ(ASPN2::ServerIds::to_string(static_cast<unsigned char>(id)), name);
     }
-    struct Component {
-        unsigned char server, unit;
-        const char* name;
-    };
-    const Component cases[] = {
+    const std::tuple<unsigned char, unsigned char, const char*> components[] = {
         {53, 0, "Halcyrine"}, {49, 0, "PNT-D"},  {38, 0, "ALTNAV"},
         {39, 0, "GPS"},       {47, 0, "KETHSW"}, {46, 0, "INVALID_SERVER_ID"},
         {46, 1, "Zarvok"},    {0, 2, "KETH"},    {53, 3, "INVALID_SERVER_ID"}};
-    for (const Component& c : cases) {
-        EXPECT_STREQ(ASPN2::Components::to_component(c.server, c.unit), c.name);
+    for (const auto& [server, unit, name] : components) {
+        EXPECT_STREQ(ASPN2::Components::to_component(server, unit), name);
     }
 }
 

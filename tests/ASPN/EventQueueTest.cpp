@@ -98,26 +98,18 @@ TEST(EventQueue, EventsOfManyThreadsArriveOnceAndInTheirOrder) {
 /** The queue as one would say it: with a period that has always passed, or that never does. */
 struct Model {
     static constexpr int configType = 7;
-
-    struct Event {
-        bool config;
-        int type;
-        std::string text;
-    };
+    static std::string config(const std::string& text) { return "7 " + text; }
 
     bool push(int type, const std::string& text) {
         const bool fits = waiting.size() < maxEvents;
         if (fits) {
-            waiting.push_back({false, type, text});
+            waiting.push_back(std::to_string(type) + " " + text);
         }
         return fits;
     }
-    void pushConfig(const std::string& text) { waiting.push_back({true, configType, text}); }
-    void erase(const std::string& text) {
-        for (std::vector<Event>* const events : {&waiting, &later}) {
-            const auto found = std::find_if(
-                events->begin(), events->end(),
-                [&](const Event& event) { return event.config && event.text == text; });
+    void erase(const std::string& event) {
+        for (auto* const events : {&waiting, &later}) {
+            const auto found = std::ranges::find(*events, event);
             if (found != events->end()) {
                 events->erase(found);
             }
@@ -131,19 +123,19 @@ struct Model {
         if (waiting.empty()) {
             return std::nullopt;
         }
-        const Event event = waiting.front();
+        const std::string event = waiting.front();
         waiting.erase(waiting.begin());
-        if (event.config) {
+        if (event.starts_with(config(""))) {
             later.push_back(event);
         }
-        return std::to_string(event.type) + " " + event.text;
+        return event;
     }
     std::size_t size() const { return waiting.size() + later.size(); }
 
     const std::size_t maxEvents;
     const bool repeats;
-    std::vector<Event> waiting{};
-    std::vector<Event> later{};
+    std::vector<std::string> waiting{};
+    std::vector<std::string> later{};
 };
 
 void playAgainstModel(std::size_t maxEvents, bool repeats, std::mt19937& random) {
@@ -162,13 +154,13 @@ void playAgainstModel(std::size_t maxEvents, bool repeats, std::mt19937& random)
             ASSERT_EQ(queue.push_back(type, text), model.push(type, text));
         } else if (action == 2) {
             ids.insert(queue.push_back_config(text));
-            model.pushConfig(text);
+            model.waiting.push_back(Model::config(text));
         } else if (action == 3) {  // 0 names no event, plain ones included
             const bool none = below(8) == 0;
             const std::size_t oldId = none ? 0 : std::hash<std::string>{}(other);
             ids.insert(queue.push_back_config(text, static_cast<std::uint32_t>(oldId)));
-            model.erase(none ? "no such text" : other);
-            model.pushConfig(text);
+            model.erase(none ? "no such event" : Model::config(other));
+            model.waiting.push_back(Model::config(text));
         } else {
             ASSERT_EQ(pop(queue), model.pop());
         }

@@ -3,11 +3,11 @@
 #include <gmock/gmock.h>
 
 #include <atomic>
-#include <random>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "ASPN/Seed.h"
 #include "VICTORY/ServerFixture.h"
 #include "support/Eventually.h"
 
@@ -144,35 +144,28 @@ TEST_F(ClearData, AnyMeetingOfRequestsAndRepliesEndsEachOperationOnce) {
         }
         return true;
     });
-    std::atomic<bool> stop{false};
-    std::vector<std::thread> threads;
-    const auto seed = std::random_device{}();
-    SCOPED_TRACE("seed " + std::to_string(seed));
+    const unsigned seed = testSeed();
+    std::vector<std::jthread> siblings;
     for (unsigned i = 0; i < 2; ++i) {
-        threads.emplace_back([&, i] {
-            std::mt19937 random(seed + i);
-            constexpr const char* suffixes[] = {"_ACK", "_NACK", "_PASS", "_FAIL"};
-            while (!stop) {
-                reply(std::string("TYRN_CV_ZEROIZE") + suffixes[random() % 4]);
-            }
-        });
+        siblings.emplace_back(
+            [this, random = std::mt19937(seed + i)](const std::stop_token& stop) mutable {
+                constexpr const char* suffixes[] = {"_ACK", "_NACK", "_PASS", "_FAIL"};
+                while (!stop.stop_requested()) {
+                    reply(std::string("TYRN_CV_ZEROIZE") + suffixes[random() % 4]);
+                }
+            });
     }
-    std::vector<std::thread> clients;
-    for (int i = 0; i < 3; ++i) {
-        clients.emplace_back([&] {
+    std::vector<std::jthread> clients(3);
+    for (std::jthread& client : clients) {
+        client = std::jthread([this] {
             for (int k = 0; k < 200; ++k) {
                 machine.processClearDataRequestType(zeroize);
             }
         });
     }
-    for (std::thread& client : clients) {
-        client.join();
-    }
+    clients.clear();
     EXPECT_TRUE(eventually([&] { return ended == begun; }));
-    stop = true;
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
+    siblings.clear();
     EXPECT_GT(begun, 0);
 }
 

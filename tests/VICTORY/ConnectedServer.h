@@ -109,10 +109,6 @@ public:
             transition(Requested::START);
             return ear->hearsEvent("started successfully", 300ms);
         }));
-        fake::with([this](const fake::Victory& victory) {
-            bringUpCalls = victory.calls;
-            defaultRecord = victory.hotStartData.at(0);
-        });
     }
     ~ConnectedServer() {
         server.reset();
@@ -170,31 +166,18 @@ public:
     int setPort(const std::string& name) {
         VgpscReceiverHotStartPort port{};
         name.copy(port.name, sizeof(port.name));
-        return ask([&](VgpssService& at) { return at.setHotStartPort(at.data, &at, port); });
+        return fake::ask([&](VgpssService& at) { return at.setHotStartPort(at.data, &at, port); });
     }
     int setData(const VgpscReceiverHotStartData& record) {
-        return ask([&](VgpssService& at) { return at.setHotStartData(at.data, &at, record); });
+        return fake::ask(
+            [&](VgpssService& at) { return at.setHotStartData(at.data, &at, record); });
     }
-    static int ask(const std::function<int(VgpssService&)>& request) {
-        int result = -1;
-        fake::runCallback([&](VgpssService& service) { result = request(service); });
-        return result;
-    }
-
-    /** The library's memory, but for the service that stands. */
-    static void forgetCalls() {
-        fake::with([](fake::Victory& victory) { victory = {}; });
-    }
-    static std::vector<std::string> calls() { return fake::snapshot().calls; }
 
     bench::DeviceRoot root;
     bench::FpgaFile fpga;
     bench::ReceiverPorts receiver;
     std::optional<Ear> ear;
     std::unique_ptr<VGpsReceiverServer> server = std::make_unique<VGpsReceiverServer>();
-    // What the service was told while it came up.
-    std::vector<std::string> bringUpCalls;
-    VgpscReceiverHotStartData defaultRecord{};
 };
 
 /** Tests that share one server. */
@@ -204,11 +187,10 @@ protected:
 
     static void TearDownTestSuite() { s_unit.reset(); }
     /** A server of which nothing has been asked yet. */
-    static ConnectedServer& freshUnit() {
+    static void freshUnit() {
         s_unit.reset();
         unit();
-        ConnectedServer::forgetCalls();
-        return unit();
+        fake::forget();
     }
     static ConnectedServer& unit() {
         if (!s_unit) {
@@ -219,7 +201,7 @@ protected:
 
     void SetUp() override {
         unit();
-        ConnectedServer::forgetCalls();
+        fake::forget();
     }
 
     static inline std::unique_ptr<ConnectedServer> s_unit;

@@ -52,6 +52,10 @@ void reset() {
     g_standing = nullptr;
 }
 
+void forget() {
+    with([](Victory& victory) { victory = {}; });
+}
+
 void with(const std::function<void(Victory&)>& use) {
     const utilities::MutexLock lock(g_mutex);
     use(g_victory);
@@ -62,17 +66,18 @@ Victory snapshot() {
     return g_victory;
 }
 
-VgpssService* service() {
-    const utilities::MutexLock lock(g_mutex);
-    return g_standing;
+std::vector<std::string> calls(const std::string& beginning) {
+    auto found = snapshot().calls;
+    std::erase_if(found, [&](const auto& call) { return !call.starts_with(beginning); });
+    return found;
 }
 
-bool runCallback(const std::function<void(VgpssService&)>& callback) {
+void runCallback(const std::function<void(VgpssService&)>& callback) {
     VgpssService* service = nullptr;
     {
         const utilities::MutexLock lock(g_mutex);
         if (g_standing == nullptr || !g_standing->started) {
-            return false;
+            return;
         }
         service = g_standing;
         ++g_callbacks;
@@ -81,7 +86,12 @@ bool runCallback(const std::function<void(VgpssService&)>& callback) {
     const utilities::MutexLock lock(g_mutex);
     --g_callbacks;
     g_idle.notify_all();
-    return true;
+}
+
+int ask(const std::function<int(VgpssService&)>& request) {
+    int result = -1;
+    runCallback([&](VgpssService& service) { result = request(service); });
+    return result;
 }
 
 }  // namespace fake
@@ -99,10 +109,9 @@ int vutilReadStringFromFile(const char* path, unsigned capacity, char* buffer) {
     return 0;
 }
 
-int vutilWriteStringToFile(const char* text, const char* path) {
+int vutilWriteStringToFile(const char*, const char* path) {
     const utilities::MutexLock lock(g_mutex);
     g_victory.calls.push_back(std::string("Write ") + path);
-    g_victory.written = text;
     return g_victory.writeFails ? 1 : 0;
 }
 
@@ -148,22 +157,18 @@ void vgpssInitTellCallback(VgpssService* service, int group, VgpssTellCallback c
             &VgpssService::tellCallback, callback, data);
 }
 
-#define INIT_CALLBACK(function, Callback, name, slot)                       \
-    void function(VgpssService* service, Callback callback, void* data) {   \
-        install(service, "Init" name, &VgpssService::slot, callback, data); \
+#define INIT_CALLBACK(Name, slot)                                                         \
+    void vgpssInit##Name##Callback(VgpssService* service, Vgpss##Name##Callback callback, \
+                                   void* data) {                                          \
+        install(service, "Init" #Name, &VgpssService::slot, callback, data);              \
     }
-INIT_CALLBACK(vgpssInitSaveVclidCallback, VgpssSaveVclidCallback, "SaveVclid", saveVclid)
-INIT_CALLBACK(vgpssInitSetCommandCallback, VgpssSetCommandCallback, "SetCommand", setCommand)
-INIT_CALLBACK(vgpssInitSetMagneticVariationCallback, VgpssSetMagneticVariationCallback,
-              "SetMagneticVariation", setMagneticVariation)
-INIT_CALLBACK(vgpssInitSetMissionDurationCallback, VgpssSetMissionDurationCallback,
-              "SetMissionDuration", setMissionDuration)
-INIT_CALLBACK(vgpssInitSetOperatingModeCallback, VgpssSetOperatingModeCallback, "SetOperatingMode",
-              setOperatingMode)
-INIT_CALLBACK(vgpssInitSetReceiverHotStartDataCallback, VgpssSetReceiverHotStartDataCallback,
-              "SetHotStartData", setHotStartData)
-INIT_CALLBACK(vgpssInitSetReceiverHotStartPortCallback, VgpssSetReceiverHotStartPortCallback,
-              "SetHotStartPort", setHotStartPort)
+INIT_CALLBACK(SaveVclid, saveVclid)
+INIT_CALLBACK(SetCommand, setCommand)
+INIT_CALLBACK(SetMagneticVariation, setMagneticVariation)
+INIT_CALLBACK(SetMissionDuration, setMissionDuration)
+INIT_CALLBACK(SetOperatingMode, setOperatingMode)
+INIT_CALLBACK(SetReceiverHotStartData, setHotStartData)
+INIT_CALLBACK(SetReceiverHotStartPort, setHotStartPort)
 #undef INIT_CALLBACK
 
 void vgpssTellDeviceDatumCode(VgpssService* service, unsigned code, unsigned zero) {

@@ -43,7 +43,6 @@ struct Victory {
     // What it saw, in order: "InitPubGroup 3 1", "TellDeviceMissionDuration 7" and so on.
     std::vector<std::string> calls;
     std::string vclXml;
-    std::string written;
     std::vector<Told<VgpscReceiverStatusData>> status;
     std::vector<Told<VgpscReceiverStatus2Data>> status2;
     std::vector<Told<VgpscHealthStatusData>> health;
@@ -56,13 +55,17 @@ struct Victory {
 
 /** Forgets everything; services of before count as deleted. */
 void reset();
+/** The same, but for the service that stands. */
+void forget();
 /** Runs `use` on the memory under its lock. */
 void with(const std::function<void(Victory&)>& use);
 Victory snapshot();
-/** The service that stands, or null. */
-VgpssService* service();
-/** Runs a callback of the standing service as a thread of the library would: deletion waits for it.
- *  False when no service stands. */
-bool runCallback(const std::function<void(VgpssService&)>& callback);
+/** The calls that begin so. */
+std::vector<std::string> calls(const std::string& beginning = "");
+/** Runs a callback of the standing service, if any, as a thread of the library would: deletion
+ *  waits for it. */
+void runCallback(const std::function<void(VgpssService&)>& callback);
+/** The result of a request that the standing service's client makes; -1 when none stands. */
+int ask(const std::function<int(VgpssService&)>& request);
 
 }  // namespace fake

@@ -2,10 +2,7 @@
 
 namespace {
 
-class ReceiverTraffic : public ServerFixture {
-protected:
-    void SetUp() override { bringUp(); }
-};
+using ReceiverTraffic = RunningServer;
 
 struct Arrival {
     int id;
@@ -80,16 +77,13 @@ TEST_F(ReceiverTraffic, RefusedFramesChangeNothing) {
 }
 
 TEST_F(ReceiverTraffic, MissionDurationCountsOnceTheReceiverHasOne) {
-    const auto told = [] {
-        const auto calls = fake::snapshot().calls;
-        return std::count(calls.begin(), calls.end(), "TellDeviceMissionDuration 48");
-    };
+    const auto told = [] { return fake::calls("TellDeviceMissionDuration 48").size(); };
     feed(message(5042, 1).u16(0x74, 48));
-    EXPECT_EQ(told(), 0);
+    EXPECT_EQ(told(), 0U);
     EXPECT_EQ(fetchStatus2().missionDurationPresent, 0U);
     feed(message(5040, 1).u16(0x98, 1));
     feed(message(5042, 2).u16(0x74, 48));
-    EXPECT_EQ(told(), 1);
+    EXPECT_EQ(told(), 1U);
     EXPECT_EQ(fetchStatus2().missionDuration, 48U);
     EXPECT_EQ(fetchStatus2().missionDurationPresent, 1U);
 }

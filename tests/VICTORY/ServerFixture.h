@@ -72,3 +72,8 @@ protected:
 
     VGpsReceiverServer server;
 };
+
+class RunningServer : public ServerFixture {
+protected:
+    void SetUp() override { bringUp(); }
+};

@@ -12,32 +12,28 @@ using Builder = bench::FrameBuilder;
 class Settings : public ConnectedTest {
 protected:
     static int setVariation(int source, double degrees) {
-        return ConnectedServer::ask([&](VgpssService& at) {
+        return fake::ask([&](VgpssService& at) {
             return at.setMagneticVariation(at.data, &at, source, degrees);
         });
     }
     static int setDuration(unsigned duration) {
-        return ConnectedServer::ask(
+        return fake::ask(
             [&](VgpssService& at) { return at.setMissionDuration(at.data, &at, duration); });
-    }
-    static int setMode(int mode) {
-        return ConnectedServer::ask(
-            [&](VgpssService& at) { return at.setOperatingMode(at.data, &at, mode); });
     }
 
     /** The receiver reports a pair of messages with this variation [rad]; what that told. */
     static std::vector<std::string> variationsTold(double time, double radians) {
-        ConnectedServer::forgetCalls();
+        fake::forget();
         sendPair(time, radians);
-        return told("TellDeviceMagneticVariation");
+        return fake::calls("TellDeviceMagneticVariation");
     }
     /** The receiver reports a mission duration remaining and then a pair, which is waited for. */
     static std::vector<std::string> durationsTold(double time, unsigned remaining) {
-        ConnectedServer::forgetCalls();
+        fake::forget();
         unit().send(Channel::TyrHc,
                     Builder(5042, 0x9000, 100).pdpDouble(0, time).u16(0x74, remaining).frame());
         sendPair(time);
-        return told("TellDeviceMissionDuration");
+        return fake::calls("TellDeviceMissionDuration");
     }
     static void sendPair(double time, double radians = 0) {
         unit().send(Channel::TyrHc, Builder(5040, 0x9000, 88).pdpDouble(0, time).frame());
@@ -45,30 +41,12 @@ protected:
                     Builder(8504, 0x9000, 200).pdpDouble(0, time).pdpFloat(0x54, radians).frame());
         EXPECT_TRUE(eventually([] { return !fake::snapshot().status.empty(); }));
     }
-    static std::vector<std::string> told(const std::string& what) {
-        auto found = ConnectedServer::calls();
-        std::erase_if(found, [&](const std::string& call) { return !call.starts_with(what); });
-        return found;
-    }
     /** The frame that the receiver gets. */
     static bench::Bytes received() {
         const auto message = unit().take(Channel::HcTyr);
         return message ? message->data() : bench::Bytes();
     }
 };
-
-TEST_F(Settings, AreOfferedInTestModeInTheirOrder) {
-    const auto& calls = unit().bringUpCalls;
-    const auto from = std::ranges::find(calls, "InitSetCommand");
-    ASSERT_NE(from, calls.end());
-    EXPECT_THAT(
-        std::vector<std::string>(from, calls.end()),
-        ElementsAre("InitSetCommand", "InitSetMagneticVariation", "InitSetMissionDuration",
-                    "InitSetOperatingMode", "InitSetHotStartData", "InitSetHotStartPort",
-                    "StartService", "TellDeviceDatumCode 206 0", "TellDeviceMissionDuration 0",
-                    "TellDeviceReceiverPorts 12", "TellDeviceReceiverHotStartData 3 1",
-                    "TellDeviceMaximumUserDefinedDatums 2"));
-}
 
 Builder setup() {
     return {5330, 0x9000, 100};
@@ -107,11 +85,11 @@ TEST_F(Settings, MagneticVariationGoesToReceiverAndService) {
     std::int64_t sequence = 0;
     for (const auto& row : rows) {
         SCOPED_TRACE(testing::Message() << row.source << ' ' << row.degrees);
-        ConnectedServer::forgetCalls();
+        fake::forget();
         Captured output(std::cout);
         EXPECT_EQ(setVariation(row.source, row.degrees), row.result);
         EXPECT_THAT(output.text(), HasSubstr(row.printed));
-        EXPECT_THAT(ConnectedServer::calls(),
+        EXPECT_THAT(fake::calls(),
                     ElementsAre(std::string("TellDeviceMagneticVariation ") + row.told));
         const auto message = unit().take(Channel::HcTyr);
         ASSERT_TRUE(message);
@@ -121,9 +99,10 @@ TEST_F(Settings, MagneticVariationGoesToReceiverAndService) {
     }
 }
 
-TEST_F(Settings, WhatCannotBeIsRefusedAndGoesNowhere) {
+/** The operating mode stays the receiver's, which is no refusal. */
+TEST_F(Settings, WhatCannotBeSetGoesNowhere) {
     variationsTold(9, 0);  // for which a set of before may have been waiting
-    ConnectedServer::forgetCalls();
+    fake::forget();
     Captured output(std::cout);
     constexpr double infinity = std::numeric_limits<double>::infinity();
     EXPECT_EQ(setVariation(0, std::nan("")), 1);
@@ -131,10 +110,14 @@ TEST_F(Settings, WhatCannotBeIsRefusedAndGoesNowhere) {
     EXPECT_EQ(setVariation(2, infinity), 1);
     EXPECT_EQ(setDuration(85), 1);
     EXPECT_EQ(setDuration(0xFFFFFFFF), 1);
+    for (const int mode : {0, 7, -1, 1 << 30}) {
+        EXPECT_EQ(fake::ask([&](auto& at) { return at.setOperatingMode(at.data, &at, mode); }), 0);
+    }
     EXPECT_THAT(output.text(), HasSubstr("VGpsReceiverServer: Invalid Magnetic Variation: -inf\n"));
     EXPECT_THAT(output.text(), HasSubstr("VGpsReceiverServer: Invalid Mission Duration: 85\n"));
     EXPECT_THAT(output.text(), HasSubstr("Invalid Mission Duration: 4294967295\n"));
-    EXPECT_THAT(ConnectedServer::calls(), ElementsAre());
+    EXPECT_THAT(output.text(), HasSubstr(": Received a setOperatingMode call (does nothing): \n"));
+    EXPECT_THAT(fake::calls(), ElementsAre());
     EXPECT_FALSE(unit().hasSent(Channel::HcTyr));
     // Nothing of the receiver is passed over.
     EXPECT_THAT(variationsTold(10, 0), ElementsAre("TellDeviceMagneticVariation 0 0"));
@@ -145,7 +128,8 @@ TEST_F(Settings, OneReportOfTheReceiverIsPassedOver) {
     EXPECT_EQ(setVariation(0, 6), 0);
     EXPECT_THAT(variationsTold(20, 0.5), ElementsAre());
     EXPECT_EQ(setVariation(1, 0), 0) << "what was passed over counts all the same";
-    EXPECT_THAT(told("TellDevice").back(), HasSubstr("TellDeviceMagneticVariation 1 28.6479"));
+    EXPECT_THAT(fake::calls("TellDevice").back(),
+                HasSubstr("TellDeviceMagneticVariation 1 28.6479"));
     EXPECT_THAT(variationsTold(21, 0), ElementsAre());
     EXPECT_THAT(variationsTold(22, 0), ElementsAre("TellDeviceMagneticVariation 0 0"));
     for (int i = 0; i < 3; ++i) {
@@ -157,13 +141,13 @@ TEST_F(Settings, MissionDurationGoesToReceiverAndService) {
     freshUnit();
     EXPECT_THAT(durationsTold(30, 7), ElementsAre()) << "the receiver has none yet";
     for (const unsigned duration : {84U, 0U, 48U}) {
-        ConnectedServer::forgetCalls();
+        fake::forget();
         Captured output(std::cout);
         EXPECT_EQ(setDuration(duration), 0);
         EXPECT_EQ(output.text().substr(0, output.text().find('\n')),
                   "Received a setMissionDuration call: duration=" + std::to_string(duration));
         EXPECT_THAT(output.text(), HasSubstr(": publishing message ID 5402 of 168 bytes, seq# "));
-        EXPECT_THAT(told("Tell"),
+        EXPECT_THAT(fake::calls("Tell"),
                     ElementsAre("TellDeviceMissionDuration " + std::to_string(duration)));
         EXPECT_EQ(received(),
                   Builder(5402, 0x9000, 67).bits(0x0A, 3, 1, 1).u16(0x0C, duration).frame());
@@ -173,16 +157,6 @@ TEST_F(Settings, MissionDurationGoesToReceiverAndService) {
     EXPECT_THAT(durationsTold(32, 46), ElementsAre("TellDeviceMissionDuration 46"));
     EXPECT_EQ(setDuration(85), 1);
     EXPECT_THAT(durationsTold(33, 45), ElementsAre("TellDeviceMissionDuration 45"));
-}
-
-TEST_F(Settings, TheOperatingModeStaysTheReceivers) {
-    Captured output(std::cout);
-    for (const int mode : {0, 7, -1, 1 << 30}) {
-        EXPECT_EQ(setMode(mode), 0);
-    }
-    EXPECT_THAT(output.text(), HasSubstr(": Received a setOperatingMode call (does nothing): \n"));
-    EXPECT_THAT(ConnectedServer::calls(), ElementsAre());
-    EXPECT_FALSE(unit().hasSent(Channel::HcTyr));
 }
 
 TEST_F(Settings, AReceiverThatDoesNotReadIsReportedAndServedAgainOnceItReads) {

@@ -1,6 +1,5 @@
 #include <gmock/gmock.h>
 
-#include <atomic>
 #include <thread>
 
 #include "VICTORY/ServerFixture.h"
@@ -16,35 +15,63 @@ constexpr const char* identity =
 using VictoryBringUp = ServerFixture;
 
 TEST_F(VictoryBringUp, RegistersThenStartsThenTellsManagementData) {
-    ASSERT_TRUE(server.InitializeVictory(nullptr));
-    const fake::Victory seen = fake::snapshot();
+    const auto callsOf = [this](const char* testMode) {
+        configure({{"PARAM_2", testMode}});
+        fake::forget();
+        EXPECT_TRUE(server.InitializeVictory(nullptr));
+        const auto calls = fake::calls();
+        EXPECT_TRUE(server.InitializeVictory("<other/>"));
+        EXPECT_EQ(fake::calls(), calls) << "the running service is left alone";
+        EXPECT_TRUE(server.ShutdownVictory());
+        return calls;
+    };
+    auto calls = callsOf("true");
     EXPECT_THAT(
-        seen.calls,
+        calls,
         ElementsAre("Read /opt/halcyrine/config/GPSReceiverServiceConfig_1_9.xml",
                     "Read /opt/halcyrine/config/GPSReceiver_VCL_1_9.xml", identity, "InitSaveVclid",
                     "InitPubGroup 0 1", "InitPubGroup 3 1", "InitPubGroup 1 1", "InitPubGroup 4 1",
-                    "InitTellCallback 1", "InitSetCommand", "InitSetHotStartData",
-                    "InitSetHotStartPort", "StartService", "TellDeviceDatumCode 206 0",
+                    "InitTellCallback 1", "InitSetCommand", "InitSetMagneticVariation",
+                    "InitSetMissionDuration", "InitSetOperatingMode", "InitSetReceiverHotStartData",
+                    "InitSetReceiverHotStartPort", "StartService", "TellDeviceDatumCode 206 0",
                     "TellDeviceMissionDuration 0", "TellDeviceReceiverPorts 12",
-                    "TellDeviceMaximumUserDefinedDatums 2"));
-    EXPECT_STREQ(seen.ports[0].names[0], "J1COM1");
-    EXPECT_STREQ(seen.ports[0].names[11], "J4COM3");
-    EXPECT_TRUE(server.InitializeVictory("<other/>"));
-    EXPECT_EQ(fake::snapshot().calls, seen.calls) << "the running service is left alone";
+                    "TellDeviceReceiverHotStartData 3 1", "TellDeviceMaximumUserDefinedDatums 2"));
+    for (const char* const inTestMode :
+         {"InitSetMagneticVariation", "InitSetMissionDuration", "InitSetOperatingMode",
+          "TellDeviceReceiverHotStartData 3 1"}) {
+        std::erase(calls, inTestMode);
+    }
+    EXPECT_EQ(callsOf("false"), calls);
+    const VgpscReceiverPorts ports = fake::snapshot().ports[0];
+    EXPECT_STREQ(ports.names[0], "J1COM1");
+    EXPECT_STREQ(ports.names[11], "J4COM3");
+}
+
+TEST_F(VictoryBringUp, InTestModeTheDefaultRecordIsMessage5127) {
+    configure({{"PARAM_2", "true"}});
+    ASSERT_TRUE(server.InitializeVictory(nullptr));
+    const auto told = std::make_unique<VgpscReceiverHotStartData>(fake::snapshot().hotStartData[0]);
+    EXPECT_EQ(told->hotStartMode, 3U);
+    EXPECT_EQ(told->messageCount, 1U);
+    const VgpscHotStartMessage& message = told->messages[0];
+    EXPECT_EQ(message.messageId, 7);
+    EXPECT_EQ(message.sequence, 1U);
+    bench::Bytes frame{0xFF, 0x81, 0x07, 0x14, 0x10, 0x00, 0x00, 0x80, 0xEA, 0xE9};
+    frame.resize(44);
+    EXPECT_EQ(bench::Bytes(message.bytes, message.bytes + message.length), frame);
 }
 
 TEST_F(VictoryBringUp, OnlyAnUnreadableFileIsReported) {
-    for (const auto& row :
-         {std::pair{&fake::Victory::newServiceFails, ""},
-          {&fake::Victory::readFails,
-           "VGpsReceiverServer Error reading VICTORY GPS Receiver configuration file.\n"}}) {
-        fake::with([&](fake::Victory& victory) { victory.*row.first = true; });
-        const Captured output;
-        EXPECT_FALSE(server.InitializeVictory(nullptr));
-        EXPECT_EQ(output.text(), row.second);
-        EXPECT_EQ(fake::service(), nullptr);
-        EXPECT_FALSE(server.ShutdownVictory());
-    }
+    const Captured output;
+    fake::with([](fake::Victory& victory) { victory.newServiceFails = true; });
+    EXPECT_FALSE(server.InitializeVictory(nullptr));
+    EXPECT_FALSE(server.ShutdownVictory());
+    EXPECT_EQ(output.text(), "");
+    fake::with([](fake::Victory& victory) { victory.readFails = true; });
+    EXPECT_FALSE(server.InitializeVictory(nullptr));
+    EXPECT_FALSE(server.ShutdownVictory());
+    EXPECT_EQ(output.text(),
+              "VGpsReceiverServer Error reading VICTORY GPS Receiver configuration file.\n");
 }
 
 TEST_F(VictoryBringUp, RestartUsesTheGivenTextAndTheNewHandle) {
@@ -67,16 +94,15 @@ TEST_F(VictoryBringUp, RestartUsesTheGivenTextAndTheNewHandle) {
 
 TEST_F(VictoryBringUp, RestartsWhileFramesFlowAndCallbacksRun) {
     bringUp();
-    std::atomic<bool> stop{false};
-    std::thread receiver([&] {
-        for (double time = 0; !stop; time += 1) {
+    std::jthread receiver([this](const std::stop_token& stop) {
+        for (double time = 0; !stop.stop_requested(); time += 1) {
             for (const int id : {5040, 8504, 8040, 5047, 5048, 5044}) {
                 feed(message(id, time));
             }
         }
     });
-    std::thread library([&] {
-        while (!stop) {
+    std::jthread library([](const std::stop_token& stop) {
+        while (!stop.stop_requested()) {
             fake::runCallback(
                 [](VgpssService& service) { service.tellCallback(service.data, &service); });
         }
@@ -85,27 +111,16 @@ TEST_F(VictoryBringUp, RestartsWhileFramesFlowAndCallbacksRun) {
         EXPECT_TRUE(server.ShutdownVictory());
         EXPECT_TRUE(server.InitializeVictory("<again/>"));
     }
-    stop = true;
-    receiver.join();
-    library.join();
+    receiver = {};
+    library = {};
     EXPECT_EQ(fake::snapshot().callsOnDeleted, 0);
     EXPECT_GT(statusCount(), 0U);
 }
 
-TEST_F(VictoryBringUp, SavesTheVclOnRequest) {
+TEST_F(VictoryBringUp, AVclThatCannotBeSavedIsRefused) {
     bringUp();
-    const auto save = [] {
-        int result = -1;
-        fake::runCallback([&](VgpssService& service) {
-            result = service.saveVclid(service.data, &service, "<kept/>");
-        });
-        return result;
-    };
-    EXPECT_EQ(save(), 0);
-    EXPECT_EQ(fake::snapshot().written, "<kept/>");
-    EXPECT_EQ(fake::snapshot().calls.back(), "Write /opt/halcyrine/config/GPSReceiver_VCL_1_9.xml");
     fake::with([](fake::Victory& victory) { victory.writeFails = true; });
-    EXPECT_EQ(save(), 1);
+    EXPECT_EQ(fake::ask([](VgpssService& at) { return at.saveVclid(at.data, &at, "<vcl/>"); }), 1);
 }
 
 TEST_F(VictoryBringUp, CallbacksWithoutTheirServerAreReported) {
@@ -129,7 +144,7 @@ TEST_F(VictoryBringUp, CallbacksWithoutTheirServerAreReported) {
 /** Nothing but the service has come up: the bus may ask all the same. */
 TEST_F(VictoryBringUp, WithoutAReceiverSettingsAreToldAndHotStartsRefusedWithoutAWait) {
     ASSERT_TRUE(server.InitializeVictory(nullptr));
-    fake::with([](fake::Victory& victory) { victory.calls.clear(); });
+    fake::forget();
     const auto start = std::chrono::steady_clock::now();
     fake::runCallback([&](VgpssService& service) {
         EXPECT_EQ(server.setMissionDurationCallbackMethod(&service, 12), 0);

@@ -8,31 +8,27 @@
 #include <thread>
 
 #include "VICTORY/ServerFixture.h"
+#include "bench/Descriptor.h"
 #include "support/Eventually.h"
 
 namespace {
 
 std::vector<std::string> otherCalls;
 
-unsigned add(const char* kind, void* service, const char* text, int acknowledged, int severity,
-             int category, int action) {
-    otherCalls.push_back(utilities::concat(kind, " ", service != nullptr, " ", text, " ",
-                                           acknowledged, " ", severity, " ", category, " ",
-                                           action));
-    return 5;
-}
-
 }  // namespace
 
-#define SERVICE_OF(T, prefix)                                                         \
-    struct T {};                                                                      \
-    unsigned prefix##AddFault(T* service, const char* text, int acknowledged,         \
-                              VhlthcSeverity severity, VhlthcCategory category,       \
-                              VhlthcAction action) {                                  \
-        return add(#prefix, service, text, acknowledged, severity, category, action); \
-    }                                                                                 \
-    void prefix##RemoveFault(T*, unsigned id) {                                       \
-        otherCalls.push_back(utilities::concat(#prefix " removes ", id));             \
+#define SERVICE_OF(T, prefix)                                                                   \
+    struct T {};                                                                                \
+    unsigned prefix##AddFault(T* service, const char* text, int acknowledged,                   \
+                              VhlthcSeverity severity, VhlthcCategory category,                 \
+                              VhlthcAction action) {                                            \
+        otherCalls.push_back(utilities::concat(#prefix " ", service != nullptr, " ", text, " ", \
+                                               acknowledged, " ", severity, " ", category, " ", \
+                                               action));                                        \
+        return 5;                                                                               \
+    }                                                                                           \
+    void prefix##RemoveFault(T*, unsigned id) {                                                 \
+        otherCalls.push_back(utilities::concat(#prefix " removes ", id));                       \
     }
 SERVICE_OF(VpossService, vposs)
 SERVICE_OF(VorisService, voris)
@@ -66,7 +62,7 @@ protected:
         otherCalls.clear();
         service = vgpssNewService("", "", "", "", "");
         helper.SetAvailableService(service);
-        fake::with([](fake::Victory& victory) { victory.calls.clear(); });
+        fake::forget();
     }
     /** What the keys made it print. */
     std::string press(const std::string& keys) {
@@ -76,7 +72,6 @@ protected:
         }
         return output.text();
     }
-    static std::vector<std::string> calls() { return fake::snapshot().calls; }
 
     VictoryFaultHelper helper{"Server"};
     VgpssService* service = nullptr;
@@ -91,14 +86,11 @@ TEST_F(FaultHelper, EachDigitRaisesItsFaultAndClearsItAgain) {
         const std::string words =
             (acknowledged ? "" : "non-") + std::string("acknowledged ") + names[i % 5];
         const std::string codes = std::to_string(acknowledged) + " " + std::to_string(37 - i % 5);
-        fake::with([](fake::Victory& victory) {
-            victory.calls.clear();
-            victory.nextFault = 41;
-        });
-        EXPECT_EQ(press(key), std::string("\bServerAdded ") + words + " GPS Receiver Fault: 41\n");
-        EXPECT_EQ(press(key), "\bServer Removed GPS Receiver fault: 41\n");
-        EXPECT_THAT(calls(), ElementsAre(std::string("AddFault ") + fault + codes + " 22 1",
-                                         "RemoveFault 41"));
+        fake::forget();
+        EXPECT_EQ(press(key), "\bServerAdded " + words + " GPS Receiver Fault: 7\n");
+        EXPECT_EQ(press(key), "\bServer Removed GPS Receiver fault: 7\n");
+        EXPECT_THAT(fake::calls(),
+                    ElementsAre("AddFault " + (fault + codes) + " 22 1", "RemoveFault 7"));
     }
 }
 
@@ -131,7 +123,7 @@ TEST_F(FaultHelper, ModesOfServicesThatWereNotGivenAreRefused) {
     none.handleKey('1', tellDisabled);
     EXPECT_THAT(output.text(), HasSubstr("Mode remains: none.\n"));
     EXPECT_THAT(output.text(), HasSubstr(" none. Fault: 0\n"));
-    EXPECT_THAT(calls(), IsEmpty());
+    EXPECT_THAT(fake::calls(), IsEmpty());
 }
 
 TEST_F(FaultHelper, EachModeActsOnItsOwnServiceAndKeepsItsFaults) {
@@ -171,7 +163,7 @@ TEST_F(FaultHelper, ShowsItsKeysAndIgnoresOthers) {
         helper.handleKey(key, tellDisabled);
     }
     EXPECT_EQ(output.text(), "");
-    EXPECT_THAT(calls(), IsEmpty());
+    EXPECT_THAT(fake::calls(), IsEmpty());
 }
 
 TEST_F(FaultHelper, NewServiceHasNoneOfTheFaultsOfBefore) {
@@ -194,18 +186,14 @@ protected:
 
     FaultTestMode() : m_terminal(::dup(STDIN_FILENO)) {
         int ends[2] = {-1, -1};
-        if (::pipe2(ends, O_CLOEXEC | O_NONBLOCK) == 0) {
-            ::dup2(ends[0], STDIN_FILENO);
-            ::close(ends[0]);
-        }
-        m_keys = ends[1];
+        bench::checked(::pipe2(ends, O_CLOEXEC | O_NONBLOCK), "a pipe for the keys");
+        ::dup2(bench::Descriptor(ends[0]).get(), STDIN_FILENO);
+        m_keys = bench::Descriptor(ends[1]);
         VGpsReceiverServer::faultTestPollMs = 0;
     }
     ~FaultTestMode() override {
         server.Stop();
-        ::dup2(m_terminal, STDIN_FILENO);
-        ::close(m_terminal);
-        ::close(m_keys);
+        ::dup2(m_terminal.get(), STDIN_FILENO);
         VGpsReceiverServer::faultTestPollMs = 250;
     }
     FaultTestMode(const FaultTestMode&) = delete;
@@ -219,18 +207,17 @@ protected:
         transition(Requested::START);
     }
     void type(const std::string& keys) const {
-        ASSERT_EQ(::write(m_keys, keys.data(), keys.size()), static_cast<ssize_t>(keys.size()));
+        ASSERT_EQ(::write(m_keys.get(), keys.data(), keys.size()),
+                  static_cast<ssize_t>(keys.size()));
     }
     /** Waits until the library has seen as many calls of that name. */
-    static bool sees(const std::string& name, std::ptrdiff_t count) {
-        const auto isIt = [&](const std::string& call) { return call.starts_with(name); };
-        return eventually(
-            [&] { return std::ranges::count_if(fake::snapshot().calls, isIt) >= count; });
+    static bool sees(const std::string& name, std::size_t count) {
+        return eventually([&] { return fake::calls(name).size() >= count; });
     }
 
 private:
-    const int m_terminal;
-    int m_keys = -1;
+    const bench::Descriptor m_terminal;
+    bench::Descriptor m_keys;
 };
 
 TEST_F(FaultTestMode, KeysAreTakenAgainAfterARestart) {
