@@ -244,6 +244,7 @@ void measureLatency(const char* where, int writer, int reader, std::chrono::micr
     const std::string barePath = around.root.path() / "bare";
     mkfifo(barePath.c_str(), 0600);
     const int bare = open(barePath.c_str(), O_RDWR | O_CLOEXEC);
+    const int queue = open(around.root.file("/dev/mcs0").c_str(), O_RDWR | O_CLOEXEC);
     g_shared.told = 0;
     g_shared.bytes = 0;
     const FarServer server(around, barePath, reader);
@@ -257,28 +258,29 @@ void measureLatency(const char* where, int writer, int reader, std::chrono::micr
         const bench::Bytes first = around.record(5040, 88, i);
         const bench::Bytes second = around.record(8504, 200, i);
         const auto size = static_cast<long>(first.size() + second.size());
-        const auto writePair = [&](const auto& write) {
+        const auto write = [](int descriptor, const bench::Bytes& bytes) {
+            [[maybe_unused]] const auto n = ::write(descriptor, bytes.data(), bytes.size());
+        };
+        const auto writePair = [&](int descriptor) {
             std::this_thread::sleep_for(std::chrono::microseconds(pauses(random)));
-            write(first);
+            write(descriptor, first);
             if (gap > 0us) {
                 std::this_thread::sleep_for(gap);
             }
             const auto begin = Clock::now();
-            write(second);
+            write(descriptor, second);
             return begin;
         };
         const auto since = [](Clock::time_point begin, Clock::time_point end) {
             return std::chrono::duration<double, std::micro>(end - begin).count();
         };
         const auto measureOurs = [&] {
-            const auto begin = writePair([&](const bench::Bytes& bytes) { around.write(bytes); });
+            const auto begin = writePair(queue);
             waitForCount(g_shared.told, i);
             ours.push_back(since(begin, g_shared.toldAt));
         };
         const auto measureFloor = [&] {
-            const auto begin = writePair([&](const bench::Bytes& bytes) {
-                [[maybe_unused]] const auto n = ::write(bare, bytes.data(), bytes.size());
-            });
+            const auto begin = writePair(bare);
             waitForCount(g_shared.bytes, i * size);
             floor.push_back(since(begin, g_shared.readAt));
         };
@@ -286,6 +288,7 @@ void measureLatency(const char* where, int writer, int reader, std::chrono::micr
         oursFirst ? measureOurs() : measureFloor();
         oursFirst ? measureFloor() : measureOurs();
     }
+    close(queue);
     close(bare);
     const Percentiles a = percentilesOf(ours);
     const Percentiles b = percentilesOf(floor);
