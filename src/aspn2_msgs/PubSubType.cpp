@@ -11,8 +11,9 @@ using eprosima::fastcdr::FastBuffer;
 constexpr std::uint16_t hostEncapsulation =
     std::endian::native == std::endian::little ? CDR_LE : CDR_BE;
 
-/** The encapsulation header's second byte, behind a 0: CDR and parameter list, which are one to a
- *  type without parameters, in both byte orders. */
+/** The second byte of an encapsulation header, behind a 0, is at most this: bit 0 tells
+ * little-endian, bit 1 a parameter list, whose fields lie as in plain CDR for types without
+ * parameters. */
 constexpr std::uint8_t lastEncapsulation = 3;
 
 }  // namespace
